@@ -1,0 +1,101 @@
+#include "app/coredataappdelegate.h"
+
+#include "app/datafilepaths.h"
+#include "model/datamodel.h"
+#include "store/datafilelock.h"
+#include "store/log.h"
+#include "store/objectcontext.h"
+#include "store/xmlstore.h"
+
+#include <QFileInfo>
+
+CoreData_AppDelegate::CoreData_AppDelegate(const Preferences& preferences, DataFolderOverride dataFolder)
+    : m_preferences(preferences), m_dataFolder(std::move(dataFolder))
+{
+    computeOldCurrentDataFilePath();
+    computeCurrentDataFilePath();
+}
+
+CoreData_AppDelegate::~CoreData_AppDelegate() = default;
+
+QString CoreData_AppDelegate::applicationSupportFolder() const
+{
+    return ::applicationSupportFolder();
+}
+
+void CoreData_AppDelegate::computeDefaultDataFilePath()
+{
+    m_dataFilePath = ::computeDefaultDataFilePath(m_dataFolder);
+}
+
+void CoreData_AppDelegate::computeCurrentDataFilePath()
+{
+    m_dataFilePath = ::computeCurrentDataFilePath(m_preferences, m_dataFolder);
+}
+
+void CoreData_AppDelegate::computeOldDefaultDataFilePath()
+{
+    m_oldDataFilePath = ::computeOldDefaultDataFilePath(m_dataFolder);
+}
+
+void CoreData_AppDelegate::computeOldCurrentDataFilePath()
+{
+    m_oldDataFilePath = ::computeOldCurrentDataFilePath(m_preferences, m_dataFolder);
+}
+
+std::shared_ptr<const DataModel> CoreData_AppDelegate::managedObjectModel() const
+{
+    return ::managedObjectModel();
+}
+
+ObjectContext& CoreData_AppDelegate::managedObjectContext()
+{
+    if (!m_context)
+        m_context = std::make_unique<ObjectContext>(managedObjectModel());
+    return *m_context;
+}
+
+bool CoreData_AppDelegate::hasStore() const
+{
+    return m_context && m_context->hasStore();
+}
+
+Status CoreData_AppDelegate::loadPersistentStoreCoordinator()
+{
+    computeOldCurrentDataFilePath();
+    computeCurrentDataFilePath();
+    if (hasStore())
+        return Status::invalidArgument(QStringLiteral("The data file is already open"));
+
+    auto lock = DataFileLock::acquire(m_dataFilePath);
+    if (!lock)
+        return lock.status();
+
+    if (!QFileInfo::exists(m_dataFilePath)) {
+        logLine(QStringLiteral("No SQL store.."));
+        if (QFileInfo::exists(m_oldDataFilePath)) {
+            logLine(QStringLiteral("...migrating XML store.."));
+            // An XML file that cannot be read is passed over in silence; a new empty store follows.
+            if (auto document = readXmlStore(m_oldDataFilePath)) {
+                writeSqliteStore(*document, m_dataFilePath, managedObjectModel());
+                logLine(QStringLiteral("XML store migrated to SQL store"));
+            }
+        }
+    }
+
+    logLine(QStringLiteral("Loading SQL store..."));
+    ObjectContext& context = managedObjectContext();
+    if (Status s = context.addSqliteStore(m_dataFilePath, std::move(*lock)); !s.isOk())
+        return s;
+    return context.setMetadata({{QString::fromLatin1(kStoreVersionKey), QString::fromLatin1(kStoreVersion)}});
+}
+
+Status CoreData_AppDelegate::saveAction()
+{
+    return managedObjectContext().save();
+}
+
+QString CoreData_AppDelegate::versionStringForBundle()
+{
+    return QStringLiteral(VYRO_VERSION);
+}

@@ -1,0 +1,129 @@
+#include "cli/commandline.h"
+
+#include "app/coredataappdelegate.h"
+#include "app/debuglog.h"
+#include "app/preferencedefaults.h"
+#include "app/preferences.h"
+#include "store/objectcontext.h"
+
+#include <QDir>
+
+#include <cstdio>
+
+namespace {
+
+struct Command {
+    const char* name;
+    int (*run)(CommandEnvironment&);
+    const char* usage;
+};
+
+const Command kCommands[] = {
+    {"dump", runDump, "dump                the whole store as JSON"},
+    {"load", runLoad, "load FILE           add the records of a JSON file shaped like the dump"},
+};
+
+QString usageText()
+{
+    QString text = QStringLiteral("Usage: vyro [--data-dir DIR] [COMMAND [ARGUMENTS]]\n"
+                                  "       vyro --version | --help\n\n"
+                                  "Without a command, Vyro starts on the desktop.\n\nCommands:\n");
+    for (const Command& c : kCommands)
+        text += QStringLiteral("  ") + QLatin1String(c.usage) + QLatin1Char('\n');
+    text += QStringLiteral("\nOptions:\n  --data-dir DIR      use the data file in DIR instead of the one the preferences choose\n");
+    return text;
+}
+
+// The desktop interface comes in a later version; until then a plain start opens the data and reports.
+int runDesktop(CommandEnvironment& env)
+{
+    if (auto failed = env.openStore())
+        return *failed;
+    ObjectContext& context = env.appDelegate().managedObjectContext();
+    env.out() << QStringLiteral("Vyro %1\nData file: %2\n%3 contexts, %4 projects, %5 tasks\n"
+                                "The desktop interface is not part of this version yet; see vyro --help for the commands.\n")
+                     .arg(CoreData_AppDelegate::versionStringForBundle(), QDir::toNativeSeparators(context.storePath()))
+                     .arg(context.countForEntity(QStringLiteral("context")))
+                     .arg(context.countForEntity(QStringLiteral("project")))
+                     .arg(context.countForEntity(QStringLiteral("task")));
+    return ExitOk;
+}
+
+} // namespace
+
+CommandEnvironment::CommandEnvironment(QStringList arguments, DataFolderOverride dataFolder, QTextStream& out, QTextStream& err)
+    : m_arguments(std::move(arguments)), m_dataFolder(std::move(dataFolder)), m_out(out), m_err(err)
+{
+}
+
+CommandEnvironment::~CommandEnvironment() = default;
+
+int CommandEnvironment::fail(const QString& message, int code)
+{
+    m_err << "vyro: " << message << Qt::endl;
+    return code;
+}
+
+std::optional<int> CommandEnvironment::openStore()
+{
+    m_log = std::make_unique<DebugLogFile>(debugLogFilePath());
+    m_preferences = std::make_unique<Preferences>();
+    registerDefaults(*m_preferences);
+    m_preferences->sync();
+    m_delegate = std::make_unique<CoreData_AppDelegate>(*m_preferences, m_dataFolder);
+    if (Status s = m_delegate->loadPersistentStoreCoordinator(); !s.isOk())
+        return fail(s.message(), s.code() == Status::Code::Busy ? ExitFailure : ExitFailure);
+    // Command-line runs are one action each; nothing is to be undone.
+    m_delegate->managedObjectContext().undoManager().setEnabled(false);
+    return std::nullopt;
+}
+
+int runCommandLine(const QStringList& arguments)
+{
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+    DataFolderOverride dataFolder;
+    QStringList rest = arguments.mid(1);
+    while (!rest.isEmpty() && rest.first().startsWith(QLatin1String("--"))) {
+        const QString option = rest.takeFirst();
+        if (option == QLatin1String("--version")) {
+            out << "vyro " << CoreData_AppDelegate::versionStringForBundle() << Qt::endl;
+            return ExitOk;
+        }
+        if (option == QLatin1String("--help")) {
+            out << usageText();
+            return ExitOk;
+        }
+        if (option == QLatin1String("--data-dir") || option.startsWith(QLatin1String("--data-dir="))) {
+            QString dir = option.section(QLatin1Char('='), 1);
+            if (!option.contains(QLatin1Char('='))) {
+                if (rest.isEmpty()) {
+                    err << "vyro: --data-dir needs a folder\n" << usageText();
+                    return ExitUsage;
+                }
+                dir = rest.takeFirst();
+            }
+            if (dir.isEmpty()) {
+                err << "vyro: --data-dir needs a folder\n";
+                return ExitUsage;
+            }
+            dataFolder = dir;
+            continue;
+        }
+        err << "vyro: unknown option " << option << "\n" << usageText();
+        return ExitUsage;
+    }
+    if (rest.isEmpty()) {
+        CommandEnvironment env({}, dataFolder, out, err);
+        return runDesktop(env);
+    }
+    const QString name = rest.takeFirst();
+    for (const Command& c : kCommands) {
+        if (name == QLatin1String(c.name)) {
+            CommandEnvironment env(rest, dataFolder, out, err);
+            return c.run(env);
+        }
+    }
+    err << "vyro: unknown command \"" << name << "\"\n" << usageText();
+    return ExitUsage;
+}

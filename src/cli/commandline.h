@@ -1,0 +1,51 @@
+#pragma once
+
+#include "app/datafilepaths.h"
+#include "store/status.h"
+
+#include <QStringList>
+#include <QTextStream>
+
+#include <memory>
+
+class CoreData_AppDelegate;
+class DebugLogFile;
+class Preferences;
+
+// Exit statuses of the command line.
+enum ExitCode : int { ExitOk = 0, ExitFailure = 1, ExitUsage = 2 };
+
+// What a command gets: its arguments, the output streams, and the data, opened on demand.
+class CommandEnvironment {
+public:
+    CommandEnvironment(QStringList arguments, DataFolderOverride dataFolder, QTextStream& out, QTextStream& err);
+    ~CommandEnvironment();
+
+    const QStringList& arguments() const { return m_arguments; }
+    QTextStream& out() { return m_out; }
+    QTextStream& err() { return m_err; }
+
+    // Reads the preferences (writing their defaults) and opens the data file for work. On failure the
+    // message is already printed and the exit status to use is returned.
+    std::optional<int> openStore();
+    CoreData_AppDelegate& appDelegate() { return *m_delegate; }
+
+    // Prints "vyro: <message>" to standard error and gives `code` back.
+    int fail(const QString& message, int code = ExitFailure);
+
+private:
+    QStringList m_arguments;
+    DataFolderOverride m_dataFolder;
+    QTextStream& m_out;
+    QTextStream& m_err;
+    std::unique_ptr<DebugLogFile> m_log;
+    std::unique_ptr<Preferences> m_preferences;
+    std::unique_ptr<CoreData_AppDelegate> m_delegate;
+};
+
+// One command per file; each returns its exit status.
+int runDump(CommandEnvironment& env);
+int runLoad(CommandEnvironment& env);
+
+// Parses the global options and runs the command. Without a command: runs the desktop program.
+int runCommandLine(const QStringList& arguments);

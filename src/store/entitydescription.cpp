@@ -1,0 +1,105 @@
+#include "store/entitydescription.h"
+
+#include "store/log.h"
+#include "store/record.h"
+
+EntityDescription::EntityDescription(QString name, Factory factory)
+    : m_name(std::move(name)), m_factory(std::move(factory))
+{
+}
+
+int EntityDescription::addAttribute(const QString& name, AttributeType type)
+{
+    m_attributes.push_back({name, type});
+    return int(m_attributes.size()) - 1;
+}
+
+int EntityDescription::addRelationship(RelationshipDescription relationship)
+{
+    m_slots.push_back(relationship.toMany ? m_toManyCount++ : m_toOneCount++);
+    m_relationships.push_back(std::move(relationship));
+    return int(m_relationships.size()) - 1;
+}
+
+void EntityDescription::addDerivedKey(DerivedKeyDescription key)
+{
+    m_derived.push_back(std::move(key));
+}
+
+int EntityDescription::attributeIndex(QStringView name) const
+{
+    for (size_t i = 0; i < m_attributes.size(); ++i)
+        if (m_attributes[i].name == name)
+            return int(i);
+    return -1;
+}
+
+int EntityDescription::relationshipIndex(QStringView name) const
+{
+    for (size_t i = 0; i < m_relationships.size(); ++i)
+        if (m_relationships[i].name == name)
+            return int(i);
+    return -1;
+}
+
+int EntityDescription::derivedKeyIndex(QStringView name) const
+{
+    for (size_t i = 0; i < m_derived.size(); ++i)
+        if (m_derived[i].name == name)
+            return int(i);
+    return -1;
+}
+
+std::unique_ptr<Record> EntityDescription::makeRecord() const
+{
+    if (m_factory)
+        return m_factory(*this);
+    return std::make_unique<Record>(*this);
+}
+
+EntityDescription& DataModel::addEntity(QString name, EntityDescription::Factory factory)
+{
+    m_entities.push_back(std::make_unique<EntityDescription>(std::move(name), std::move(factory)));
+    return *m_entities.back();
+}
+
+bool DataModel::finalize()
+{
+    bool ok = true;
+    for (auto& entity : m_entities) {
+        for (auto& rel : entity->m_relationships) {
+            rel.destination = this->entity(rel.destinationEntity);
+            if (!rel.destination) {
+                logLine(QStringLiteral("Data model: relationship %1.%2 names an unknown entity %3")
+                            .arg(entity->name(), rel.name, rel.destinationEntity));
+                ok = false;
+                continue;
+            }
+            if (rel.inverse.isEmpty())
+                continue;
+            rel.inverseIndex = rel.destination->relationshipIndex(rel.inverse);
+            if (rel.inverseIndex < 0) {
+                logLine(QStringLiteral("Data model: relationship %1.%2 names an unknown inverse %3")
+                            .arg(entity->name(), rel.name, rel.inverse));
+                ok = false;
+            }
+        }
+    }
+    return ok;
+}
+
+const EntityDescription* DataModel::entity(QStringView name) const
+{
+    for (const auto& e : m_entities)
+        if (e->name() == name)
+            return e.get();
+    return nullptr;
+}
+
+int DataModel::entityIndex(const EntityDescription* entity) const
+{
+    for (size_t i = 0; i < m_entities.size(); ++i)
+        if (m_entities[i].get() == entity)
+            return int(i);
+    return -1;
+}

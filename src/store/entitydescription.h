@@ -1,0 +1,102 @@
+#pragma once
+
+#include "store/value.h"
+
+#include <QString>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+class Record;
+class EntityDescription;
+
+enum class AttributeType { Bool, Integer, Double, String, Date };
+
+struct AttributeDescription {
+    QString name;
+    AttributeType type;
+};
+
+// What deleting the source record does to the records of a relationship.
+enum class DeleteRule {
+    Nullify, // the related records lose their link to the deleted one
+    Cascade, // the related records are deleted too
+};
+
+struct RelationshipDescription {
+    QString name;
+    QString destinationEntity;
+    bool toMany = false;
+    QString inverse; // empty: no inverse (the store still never leaves a dangling link, see ObjectContext)
+    DeleteRule deleteRule = DeleteRule::Nullify;
+
+    // Filled in by DataModel::finalize().
+    const EntityDescription* destination = nullptr;
+    int inverseIndex = -1;
+};
+
+// A computed key that predicates and key paths may read besides the stored ones ("pendingTasks.@count").
+struct DerivedKeyDescription {
+    QString name;
+    std::function<Value(const Record&)> value;           // for plain keys
+    std::function<qint64(const Record&)> count;          // for "@count"; may be empty
+};
+
+// One entity of the data model. Attributes and relationships are addressed by index; the index of a
+// property is its position in the order it was added, so record classes can use enums for speed.
+// To-one and to-many relationships are numbered among all relationships; each record keeps separate
+// slots for its to-one and to-many relationships (toOneSlot / toManySlot).
+class EntityDescription {
+public:
+    using Factory = std::function<std::unique_ptr<Record>(const EntityDescription&)>;
+
+    EntityDescription(QString name, Factory factory = {});
+
+    const QString& name() const { return m_name; }
+
+    int addAttribute(const QString& name, AttributeType type);
+    int addRelationship(RelationshipDescription relationship);
+    void addDerivedKey(DerivedKeyDescription key);
+
+    const std::vector<AttributeDescription>& attributes() const { return m_attributes; }
+    const std::vector<RelationshipDescription>& relationships() const { return m_relationships; }
+    const std::vector<DerivedKeyDescription>& derivedKeys() const { return m_derived; }
+
+    int attributeIndex(QStringView name) const;      // -1 when unknown
+    int relationshipIndex(QStringView name) const;   // -1 when unknown
+    int derivedKeyIndex(QStringView name) const;     // -1 when unknown
+
+    int toOneCount() const { return m_toOneCount; }
+    int toManyCount() const { return m_toManyCount; }
+    int slotOfRelationship(int relationshipIndex) const { return m_slots[size_t(relationshipIndex)]; }
+
+    std::unique_ptr<Record> makeRecord() const;
+
+private:
+    friend class DataModel;
+    QString m_name;
+    Factory m_factory;
+    std::vector<AttributeDescription> m_attributes;
+    std::vector<RelationshipDescription> m_relationships;
+    std::vector<DerivedKeyDescription> m_derived;
+    std::vector<int> m_slots;
+    int m_toOneCount = 0;
+    int m_toManyCount = 0;
+};
+
+// The entities of a store. Built once, finalized (which resolves destinations and inverses), then shared
+// read-only by every context that uses it.
+class DataModel {
+public:
+    EntityDescription& addEntity(QString name, EntityDescription::Factory factory = {});
+    // Resolves relationship destinations and inverses; returns false (and logs) on an inconsistent model.
+    bool finalize();
+
+    const EntityDescription* entity(QStringView name) const;
+    const std::vector<std::unique_ptr<EntityDescription>>& entities() const { return m_entities; }
+    int entityIndex(const EntityDescription* entity) const;
+
+private:
+    std::vector<std::unique_ptr<EntityDescription>> m_entities;
+};

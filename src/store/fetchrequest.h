@@ -1,0 +1,56 @@
+#pragma once
+
+#include "store/keypath.h"
+#include "store/predicate.h"
+
+#include <QList>
+#include <QString>
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+class Record;
+
+// Orders records by one key path. Without a custom comparison, absent values come first in ascending
+// order (and last in descending order), numbers compare as numbers, text as text (optionally without
+// regard to case), dates as instants; values of mixed kinds count as equal.
+struct SortDescriptor {
+    enum class Comparison { Compare, CaseInsensitiveCompare };
+
+    SortDescriptor(const QString& key, bool ascending = true, Comparison comparison = Comparison::Compare)
+        : path(key), ascending(ascending), comparison(comparison)
+    {
+    }
+    // A custom comparison of two values (negative, zero, positive), applied before the direction.
+    using Comparator = std::function<int(const Value&, const Value&)>;
+    SortDescriptor(const QString& key, bool ascending, Comparator comparator)
+        : path(key), ascending(ascending), comparator(std::move(comparator))
+    {
+    }
+
+    const QString& key() const { return path.text(); }
+    int compareRecords(const Record& a, const Record& b) const;
+    int compareValues(const Value& a, const Value& b) const;
+
+    KeyPath path;
+    bool ascending = true;
+    Comparison comparison = Comparison::Compare;
+    Comparator comparator;
+};
+
+// Stable sort of records by the descriptors in order (sortedArrayUsingDescriptors).
+void sortRecords(std::vector<Record*>& records, const QList<SortDescriptor>& descriptors);
+
+struct FetchRequest {
+    FetchRequest() = default;
+    explicit FetchRequest(const QString& entityName, std::optional<Predicate> predicate = std::nullopt)
+        : entityName(entityName), predicate(std::move(predicate))
+    {
+    }
+
+    QString entityName;
+    std::optional<Predicate> predicate;
+    QList<SortDescriptor> sortDescriptors;
+    int fetchLimit = 0; // 0: no limit
+};

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "store/status.h"
+#include "store/value.h"
+
+#include <QStringList>
+
+#include <vector>
+
+class EntityDescription;
+class Record;
+
+// What a key path reads: an attribute value, or a record when it ends on a to-one relationship.
+struct KeyValue {
+    Value value;
+    Record* record = nullptr;
+    bool isRecord = false;
+    bool isNull() const { return isRecord ? record == nullptr : value.isNull(); }
+};
+
+// A dotted key path: "name", "parentProject.active", "tasks.@count". Attributes and derived keys end a
+// path; to-one relationships lead on to the next component; "@count" counts a to-many relationship or
+// a derived count. A path through an absent to-one record reads Null.
+//
+// A path is bound lazily to the entity of the first record it is read on, and rebound when read on a
+// record of another entity.
+class KeyPath {
+public:
+    KeyPath() = default;
+    explicit KeyPath(const QString& text);
+
+    const QString& text() const { return m_text; }
+    // Checks that the path exists on `entity`.
+    Status validate(const EntityDescription& entity) const;
+    // Reads the path; Null when it does not exist on the record's entity.
+    KeyValue evaluate(const Record& record) const;
+    // The relationship index when the whole path is one to-one relationship of `entity`, else -1.
+    int singleToOneRelationship(const EntityDescription& entity) const;
+
+private:
+    struct Step {
+        enum class Kind { Attribute, ToOne, ToManyCount, DerivedValue, DerivedCount };
+        Kind kind;
+        int index;
+    };
+    bool bind(const EntityDescription& entity) const;
+
+    QString m_text;
+    QStringList m_components;
+    mutable const EntityDescription* m_boundEntity = nullptr;
+    mutable bool m_boundOk = false;
+    mutable QString m_bindError;
+    mutable std::vector<Step> m_steps;
+};

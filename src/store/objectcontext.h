@@ -1,0 +1,139 @@
+#pragma once
+
+#include "store/datafilelock.h"
+#include "store/entitydescription.h"
+#include "store/fetchrequest.h"
+#include "store/status.h"
+#include "store/undostack.h"
+
+#include <QObject>
+#include <QVariantMap>
+
+#include <cstdint>
+#include <memory>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+class Record;
+class SqliteStore;
+
+// What one change batch did: the records inserted, updated (with the keys that changed) and deleted.
+// A record inserted and deleted within the same batch appears in neither list.
+struct ChangeBatch {
+    std::vector<Record*> inserted;
+    std::vector<Record*> updated;
+    std::vector<Record*> deleted;
+    // For each updated record: bit i set when attribute i changed; relationship j sets bit
+    // (attribute count + j). Entities have fewer than 64 properties.
+    std::unordered_map<Record*, std::uint64_t> changedKeys;
+
+    bool isEmpty() const { return inserted.empty() && updated.empty() && deleted.empty(); }
+    bool changed(Record* record, QStringView key) const;
+};
+
+// The one working set of records for a run (the managed object context). It owns every record, keeps
+// one object per stored row (identity map), tracks changes for saving, undo and observers, and answers
+// fetch requests from memory.
+//
+// Ownership: the context owns its records and its store. Records handed out stay valid until the
+// context is destroyed, also after deletion.
+//
+// Change notification: changes are collected into a batch; processPendingChanges() emits
+// objectsDidChange once for the whole batch and closes the implicit undo group. When an event loop
+// runs, the context calls it by itself at the end of the event in which the first change was made.
+class ObjectContext : public QObject {
+    Q_OBJECT
+public:
+    explicit ObjectContext(std::shared_ptr<const DataModel> model, QObject* parent = nullptr);
+    ~ObjectContext() override;
+
+    const DataModel& model() const { return *m_model; }
+
+    // Opens the SQLite data file at `path` (created, empty, when missing) and loads every record.
+    // `lock` is the caller's hold on the data file; without one the store takes its own and fails with
+    // a Busy status when another process holds the file. A context holds at most one store.
+    Status addSqliteStore(const QString& path, std::unique_ptr<DataFileLock> lock = nullptr);
+    bool hasStore() const { return m_store != nullptr; }
+    // Closes the store (the file stays as last saved) and releases its lock; the records stay.
+    void removeStore();
+    QString storePath() const;
+    QString storeUUID() const { return m_uuid; }
+    QVariantMap metadata() const;
+    Status setMetadata(const QVariantMap& metadata);
+
+    // Makes a new record of the named entity (nullptr for an unknown name). Its identifier, and so its
+    // URI, is permanent from this moment.
+    Record* insertNewObject(const QString& entityName);
+    template <typename T>
+    T* insertNewObject(const QString& entityName) { return static_cast<T*>(insertNewObject(entityName)); }
+
+    // Deletes a record and applies the delete rules of its relationships (nullify or cascade). Links
+    // to it from relationships without an inverse are cleared too, so no record ever points at a
+    // deleted one.
+    void deleteObject(Record* record);
+
+    // Records of the request's entity that match its predicate, sorted and limited. A predicate that
+    // pins a relationship to a record scans only that record's inverse set.
+    Result<std::vector<Record*>> executeFetchRequest(const FetchRequest& request) const;
+    // Every live record of an entity, in insertion order.
+    std::vector<Record*> allObjects(const QString& entityName) const;
+    qsizetype countForEntity(const QString& entityName) const;
+
+    // Identifiers: "x-coredata://<store UUID>/<entity>/p<key>". Answers nullptr for URIs of another
+    // store, unknown entities, or records that do not exist (or are deleted).
+    Record* objectWithURI(const QString& uri) const;
+    QString uriForRecord(const Record& record) const;
+
+    bool hasChanges() const;
+    // Writes every pending insert, change and delete in one transaction. On failure nothing is written
+    // and the changes stay pending, so a later save tries again.
+    Status save();
+
+    UndoStack& undoManager() { return m_undo; }
+    void undo();
+    void redo();
+
+    void processPendingChanges();
+
+Q_SIGNALS:
+    void objectsDidChange(const ChangeBatch& batch);
+
+private:
+    friend class Record;
+    friend class SqliteStore;
+
+    struct EntityRecords {
+        std::vector<std::unique_ptr<Record>> records;
+        std::unordered_map<qint64, Record*> byKey;
+        qint64 maxKey = 0;
+    };
+
+    void didChangeAttribute(Record* record, int attribute, Value oldValue);
+    void didChangeToOne(Record* record, int relationship, Record* oldTarget, Record* newTarget);
+    void setDeletedFlag(Record* record, bool deleted);
+    void markDirty(Record* record);
+    void noteBatchChange(Record* record, int bit);
+    void scheduleProcessing();
+    Record* adopt(std::unique_ptr<Record> record, qint64 key);
+    EntityRecords& recordsOf(const EntityDescription& entity);
+    const EntityRecords* recordsOf(QStringView entityName) const;
+    void applyReversal(UndoStack::Direction direction);
+
+    std::shared_ptr<const DataModel> m_model;
+    std::vector<EntityRecords> m_entities;
+    std::unique_ptr<SqliteStore> m_store;
+    QString m_uuid;
+    std::unordered_set<Record*> m_dirty;
+    UndoStack m_undo;
+
+    struct BatchEntry {
+        bool touched = false;
+        bool inserted = false;
+        bool deleted = false;
+        std::uint64_t mask = 0;
+    };
+    std::unordered_map<Record*, BatchEntry> m_batch;
+    std::vector<Record*> m_batchOrder; // first-touch order, so observers see a stable order
+    bool m_processingScheduled = false;
+};

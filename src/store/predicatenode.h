@@ -1,0 +1,31 @@
+#pragma once
+
+// The parsed form of a predicate; private to the store's predicate code.
+
+#include "store/keypath.h"
+#include "store/predicate.h"
+
+#include <memory>
+#include <vector>
+
+struct PredicateOperand {
+    enum class Kind { KeyPath, Constant, RecordConstant };
+    Kind kind = Kind::Constant;
+    KeyPath path;
+    Value constant;
+    Record* record = nullptr;
+};
+
+enum class ComparisonOp { Equal, NotEqual, Less, LessOrEqual, Greater, GreaterOrEqual, BeginsWith, EndsWith, Contains, Like };
+
+struct Predicate::Node {
+    enum class Kind { True, False, And, Or, Not, Comparison };
+    Kind kind = Kind::True;
+    std::vector<std::shared_ptr<const Node>> children;
+    ComparisonOp op = ComparisonOp::Equal;
+    bool caseInsensitive = false;
+    PredicateOperand lhs;
+    PredicateOperand rhs;
+};
+
+Result<std::shared_ptr<const Predicate::Node>> parsePredicate(const QString& format, const QList<PredicateArgument>& arguments);

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "store/entitydescription.h"
+#include "store/status.h"
+#include "store/value.h"
+
+#include <memory>
+#include <vector>
+
+class ObjectContext;
+
+// One record of an entity, living once in memory in its ObjectContext (identity map). Records are made
+// only by the context (insertNewObject or loading) and owned by it; pointers stay valid for the
+// context's whole life, also after the record is deleted (undo may bring it back).
+//
+// Every change goes through setPrimitiveValue / setToOne, which tell the context (change batch, undo,
+// save). Relationship inverses are kept in step: setting a task's parentContext also moves the task
+// between the two contexts' task sets. Entity classes of the model derive from Record and add typed
+// accessors and setters with side effects.
+class Record {
+public:
+    explicit Record(const EntityDescription& entity);
+    virtual ~Record();
+    Record(const Record&) = delete;
+    Record& operator=(const Record&) = delete;
+
+    const EntityDescription& entity() const { return *m_entity; }
+    ObjectContext* managedObjectContext() const { return m_context; }
+    // Permanent from insertion; never reused within a store.
+    qint64 primaryKey() const { return m_primaryKey; }
+    // "x-coredata://<store UUID>/<entity>/p<primary key>"
+    QString uri() const;
+    bool isDeleted() const { return m_deleted; }
+
+    const Value& primitiveValue(int attribute) const { return m_values[size_t(attribute)]; }
+    void setPrimitiveValue(int attribute, Value value);
+
+    Record* toOne(int relationship) const;
+    void setToOne(int relationship, Record* target);
+    const std::vector<Record*>& toMany(int relationship) const;
+    // Edits of a to-many relationship go through the inverse to-one side, so both stay in step.
+    void addToMany(int relationship, Record* member);
+    void removeFromMany(int relationship, Record* member);
+
+    // Key-value access by name: attributes and derived keys ("x" of a to-one relationship gives Null).
+    Value valueForKey(QStringView key) const;
+    // Changes an attribute by name. Entity classes override this to route keys with side effects through
+    // their own setters. Unknown keys and values of the wrong kind are refused.
+    virtual Status setValueForKey(QStringView key, const Value& value);
+    // Changes a to-one relationship by name (nullptr clears it); overridden like setValueForKey.
+    virtual Status setRecordForKey(QStringView key, Record* target);
+
+private:
+    friend class ObjectContext;
+    friend class SqliteStore;
+
+    // Untracked writes for loading from a file.
+    void loadValue(int attribute, Value value) { m_values[size_t(attribute)] = std::move(value); }
+    void linkToOne(int relationship, Record* target); // sets the slot and the inverse, untracked
+    void removeFromInverse(int relationship, Record* target);
+
+    const EntityDescription* m_entity;
+    ObjectContext* m_context = nullptr;
+    qint64 m_primaryKey = 0;
+    bool m_deleted = false;
+    bool m_savedInStore = false;
+    bool m_dirty = false;
+    std::unique_ptr<Value[]> m_values;
+    std::unique_ptr<Record*[]> m_toOne;
+    std::unique_ptr<std::vector<Record*>[]> m_toMany;
+};
+
+// Checks that `value` suits an attribute of `type` (Null suits every type).
+bool valueFitsAttribute(const Value& value, AttributeType type);

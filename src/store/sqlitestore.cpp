@@ -1,0 +1,479 @@
+#include "store/sqlitestore.h"
+
+#include "store/datafilelock.h"
+#include "store/entitydescription.h"
+#include "store/objectcontext.h"
+#include "store/record.h"
+
+#include <QFileInfo>
+#include <QSet>
+#include <QUuid>
+
+#include <sqlite3.h>
+
+namespace {
+
+// Bumped when the layout of the file changes in a way that needs converting.
+constexpr int kFileFormat = 1;
+
+QString quoted(const QString& identifier)
+{
+    return QLatin1Char('"') + identifier + QLatin1Char('"');
+}
+
+const char* columnType(AttributeType type)
+{
+    switch (type) {
+    case AttributeType::Bool:
+    case AttributeType::Integer:
+    case AttributeType::Date: return "INTEGER";
+    case AttributeType::Double: return "REAL";
+    case AttributeType::String: return "TEXT";
+    }
+    return "";
+}
+
+struct Statement {
+    sqlite3_stmt* s = nullptr;
+    ~Statement() { sqlite3_finalize(s); }
+};
+
+QString textColumn(sqlite3_stmt* s, int column)
+{
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(s, column));
+    return QString::fromUtf8(text, sqlite3_column_bytes(s, column));
+}
+
+QVariant variantColumn(sqlite3_stmt* s, int column)
+{
+    switch (sqlite3_column_type(s, column)) {
+    case SQLITE_INTEGER: return qint64(sqlite3_column_int64(s, column));
+    case SQLITE_FLOAT: return sqlite3_column_double(s, column);
+    case SQLITE_TEXT: return textColumn(s, column);
+    default: return {};
+    }
+}
+
+Value valueColumn(sqlite3_stmt* s, int column, AttributeType type)
+{
+    const int kind = sqlite3_column_type(s, column);
+    if (kind == SQLITE_NULL)
+        return {};
+    switch (type) {
+    case AttributeType::Bool: return Value::boolean(sqlite3_column_int64(s, column) != 0);
+    case AttributeType::Integer: return Value::integer(sqlite3_column_int64(s, column));
+    case AttributeType::Double: return Value::real(sqlite3_column_double(s, column));
+    case AttributeType::Date: return Value::dateFromMSecs(sqlite3_column_int64(s, column));
+    case AttributeType::String: return Value::string(textColumn(s, column));
+    }
+    return {};
+}
+
+// The stored columns of an entity after "pk": its attributes, then its to-one relationships.
+QStringList storedColumns(const EntityDescription& entity)
+{
+    QStringList columns;
+    for (const auto& a : entity.attributes())
+        columns << a.name;
+    for (const auto& r : entity.relationships())
+        if (!r.toMany)
+            columns << r.name;
+    return columns;
+}
+
+} // namespace
+
+SqliteStore::SqliteStore(QString path, const DataModel& model, std::unique_ptr<DataFileLock> lock)
+    : m_path(std::move(path)), m_model(model), m_lock(std::move(lock))
+{
+}
+
+SqliteStore::~SqliteStore()
+{
+    for (auto& st : m_statements) {
+        sqlite3_finalize(st.insert);
+        sqlite3_finalize(st.update);
+        sqlite3_finalize(st.remove);
+    }
+    sqlite3_close(m_db);
+}
+
+Result<std::unique_ptr<SqliteStore>> SqliteStore::open(const QString& path, const DataModel& model, std::unique_ptr<DataFileLock> lock)
+{
+    if (!lock) {
+        auto acquired = DataFileLock::acquire(path);
+        if (!acquired)
+            return acquired.status();
+        lock = std::move(*acquired);
+    }
+    std::unique_ptr<SqliteStore> store(new SqliteStore(path, model, std::move(lock)));
+    const int rc = sqlite3_open_v2(path.toUtf8().constData(), &store->m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+    if (rc != SQLITE_OK)
+        return store->error(QStringLiteral("Cannot open the data file %1").arg(path));
+    if (Status s = store->initialize(); !s.isOk())
+        return s;
+    return store;
+}
+
+Status SqliteStore::error(const QString& what) const
+{
+    const int code = m_db ? sqlite3_errcode(m_db) : SQLITE_CANTOPEN;
+    const QString detail = m_db ? QString::fromUtf8(sqlite3_errmsg(m_db)) : QStringLiteral("out of memory");
+    const QString message = what + QStringLiteral(": ") + detail;
+    switch (code & 0xff) {
+    case SQLITE_NOTADB:
+    case SQLITE_CORRUPT: return Status::corruption(message);
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED: return Status::busy(message);
+    default: return Status::ioError(message);
+    }
+}
+
+Status SqliteStore::exec(const char* sql)
+{
+    if (sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr) != SQLITE_OK)
+        return error(QStringLiteral("Data file %1").arg(m_path));
+    return Status::ok();
+}
+
+Status SqliteStore::exec(const QString& sql)
+{
+    return exec(sql.toUtf8().constData());
+}
+
+sqlite3_stmt* SqliteStore::prepare(const QString& sql, Status& status)
+{
+    sqlite3_stmt* statement = nullptr;
+    const QByteArray utf8 = sql.toUtf8();
+    if (sqlite3_prepare_v2(m_db, utf8.constData(), int(utf8.size()), &statement, nullptr) != SQLITE_OK) {
+        status = error(QStringLiteral("Data file %1").arg(m_path));
+        return nullptr;
+    }
+    return statement;
+}
+
+Status SqliteStore::initialize()
+{
+    sqlite3_busy_timeout(m_db, 2000);
+    // The rollback journal keeps every committed change in the data file itself.
+    if (Status s = exec("PRAGMA journal_mode=DELETE; PRAGMA synchronous=FULL;"); !s.isOk())
+        return s;
+
+    Status status;
+    QSet<QString> tables;
+    {
+        Statement st {prepare(QStringLiteral("SELECT name FROM sqlite_master WHERE type='table'"), status)};
+        if (!st.s)
+            return status;
+        while (sqlite3_step(st.s) == SQLITE_ROW)
+            tables.insert(textColumn(st.s, 0));
+    }
+    if (!tables.isEmpty() && !tables.contains(QStringLiteral("vyro_store")))
+        return Status::corruption(QStringLiteral("%1 is an SQLite file but not a Vyro data file").arg(m_path));
+
+    if (Status s = exec("BEGIN IMMEDIATE"); !s.isOk())
+        return s;
+    auto fail = [this](Status s) {
+        exec("ROLLBACK");
+        return s;
+    };
+    if (!tables.contains(QStringLiteral("vyro_store"))) {
+        m_uuid = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+        const QString sql = QStringLiteral(
+            "CREATE TABLE vyro_store(id INTEGER PRIMARY KEY CHECK (id = 1), uuid TEXT NOT NULL, format INTEGER NOT NULL);"
+            "CREATE TABLE vyro_metadata(key TEXT PRIMARY KEY, value);"
+            "CREATE TABLE vyro_keys(entity TEXT PRIMARY KEY, maxkey INTEGER NOT NULL);"
+            "INSERT INTO vyro_store VALUES (1, '%1', %2);").arg(m_uuid).arg(kFileFormat);
+        if (Status s = exec(sql); !s.isOk())
+            return fail(s);
+    } else {
+        Statement st {prepare(QStringLiteral("SELECT uuid, format FROM vyro_store WHERE id = 1"), status)};
+        if (!st.s)
+            return fail(status);
+        if (sqlite3_step(st.s) != SQLITE_ROW)
+            return fail(Status::corruption(QStringLiteral("%1 has no store identifier").arg(m_path)));
+        m_uuid = textColumn(st.s, 0);
+        if (sqlite3_column_int(st.s, 1) > kFileFormat)
+            return fail(Status::invalidArgument(QStringLiteral("%1 was written by a newer Vyro").arg(m_path)));
+    }
+    // One table per entity; columns that a newer model added are added to older files.
+    for (const auto& entity : m_model.entities()) {
+        if (!tables.contains(entity->name())) {
+            QStringList columns {QStringLiteral("pk INTEGER PRIMARY KEY")};
+            for (const auto& a : entity->attributes())
+                columns << quoted(a.name) + QLatin1Char(' ') + QLatin1String(columnType(a.type));
+            for (const auto& r : entity->relationships())
+                if (!r.toMany)
+                    columns << quoted(r.name) + QStringLiteral(" INTEGER");
+            if (Status s = exec(QStringLiteral("CREATE TABLE %1(%2)").arg(quoted(entity->name()), columns.join(QStringLiteral(", ")))); !s.isOk())
+                return fail(s);
+            continue;
+        }
+        QSet<QString> existing;
+        {
+            Statement st {prepare(QStringLiteral("PRAGMA table_info(%1)").arg(quoted(entity->name())), status)};
+            if (!st.s)
+                return fail(status);
+            while (sqlite3_step(st.s) == SQLITE_ROW)
+                existing.insert(textColumn(st.s, 1));
+        }
+        for (const auto& a : entity->attributes())
+            if (!existing.contains(a.name))
+                if (Status s = exec(QStringLiteral("ALTER TABLE %1 ADD COLUMN %2 %3").arg(quoted(entity->name()), quoted(a.name), QLatin1String(columnType(a.type)))); !s.isOk())
+                    return fail(s);
+        for (const auto& r : entity->relationships())
+            if (!r.toMany && !existing.contains(r.name))
+                if (Status s = exec(QStringLiteral("ALTER TABLE %1 ADD COLUMN %2 INTEGER").arg(quoted(entity->name()), quoted(r.name))); !s.isOk())
+                    return fail(s);
+    }
+    if (Status s = exec("COMMIT"); !s.isOk())
+        return fail(s);
+    m_statements.resize(m_model.entities().size());
+    return Status::ok();
+}
+
+Status SqliteStore::loadInto(ObjectContext& context)
+{
+    struct PendingLink {
+        Record* record;
+        int relationship;
+        qint64 targetKey;
+    };
+    std::vector<PendingLink> links;
+    Status status;
+
+    {
+        Statement st {prepare(QStringLiteral("SELECT entity, maxkey FROM vyro_keys"), status)};
+        if (!st.s)
+            return status;
+        while (sqlite3_step(st.s) == SQLITE_ROW)
+            if (const EntityDescription* e = m_model.entity(textColumn(st.s, 0)))
+                context.recordsOf(*e).maxKey = sqlite3_column_int64(st.s, 1);
+    }
+
+    for (const auto& entityPtr : m_model.entities()) {
+        const EntityDescription& entity = *entityPtr;
+        QStringList columns;
+        for (const QString& c : storedColumns(entity))
+            columns << quoted(c);
+        Statement st {prepare(QStringLiteral("SELECT pk, %1 FROM %2 ORDER BY pk").arg(columns.join(QStringLiteral(", ")), quoted(entity.name())), status)};
+        if (!st.s)
+            return status;
+        const int attributeCount = int(entity.attributes().size());
+        auto& bucket = context.recordsOf(entity);
+        int rc;
+        while ((rc = sqlite3_step(st.s)) == SQLITE_ROW) {
+            const qint64 key = sqlite3_column_int64(st.s, 0);
+            Record* record = context.adopt(entity.makeRecord(), key);
+            record->m_savedInStore = true;
+            for (int a = 0; a < attributeCount; ++a)
+                record->loadValue(a, valueColumn(st.s, a + 1, entity.attributes()[size_t(a)].type));
+            int column = attributeCount + 1;
+            for (size_t r = 0; r < entity.relationships().size(); ++r) {
+                if (entity.relationships()[r].toMany)
+                    continue;
+                if (sqlite3_column_type(st.s, column) != SQLITE_NULL)
+                    links.push_back({record, int(r), sqlite3_column_int64(st.s, column)});
+                ++column;
+            }
+        }
+        if (rc != SQLITE_DONE)
+            return error(QStringLiteral("Reading %1 from %2").arg(entity.name(), m_path));
+        bucket.maxKey = std::max(bucket.maxKey, bucket.byKey.empty() ? 0 : bucket.records.back()->primaryKey());
+    }
+
+    for (const PendingLink& link : links) {
+        const auto& rel = link.record->entity().relationships()[size_t(link.relationship)];
+        const auto& targets = context.recordsOf(*rel.destination).byKey;
+        auto it = targets.find(link.targetKey);
+        // A link to a row that is gone reads as no link rather than failing the whole file.
+        if (it != targets.end())
+            link.record->linkToOne(link.relationship, it->second);
+    }
+    return Status::ok();
+}
+
+QVariantMap SqliteStore::metadata() const
+{
+    QVariantMap out;
+    sqlite3_stmt* st = nullptr;
+    if (sqlite3_prepare_v2(m_db, "SELECT key, value FROM vyro_metadata", -1, &st, nullptr) == SQLITE_OK)
+        while (sqlite3_step(st) == SQLITE_ROW)
+            out.insert(textColumn(st, 0), variantColumn(st, 1));
+    sqlite3_finalize(st);
+    return out;
+}
+
+Status SqliteStore::setMetadata(const QVariantMap& metadata)
+{
+    if (Status s = exec("BEGIN IMMEDIATE"); !s.isOk())
+        return s;
+    Status status = exec("DELETE FROM vyro_metadata");
+    if (status.isOk()) {
+        Statement st {prepare(QStringLiteral("INSERT INTO vyro_metadata(key, value) VALUES (?, ?)"), status)};
+        for (auto it = metadata.begin(); st.s && it != metadata.end(); ++it) {
+            const QByteArray key = it.key().toUtf8();
+            sqlite3_bind_text(st.s, 1, key.constData(), int(key.size()), SQLITE_TRANSIENT);
+            const QVariant& v = it.value();
+            if (v.typeId() == QMetaType::Int || v.typeId() == QMetaType::LongLong || v.typeId() == QMetaType::Bool)
+                sqlite3_bind_int64(st.s, 2, v.toLongLong());
+            else if (v.typeId() == QMetaType::Double)
+                sqlite3_bind_double(st.s, 2, v.toDouble());
+            else {
+                const QByteArray text = v.toString().toUtf8();
+                sqlite3_bind_text(st.s, 2, text.constData(), int(text.size()), SQLITE_TRANSIENT);
+            }
+            if (sqlite3_step(st.s) != SQLITE_DONE) {
+                status = error(QStringLiteral("Writing the metadata of %1").arg(m_path));
+                break;
+            }
+            sqlite3_reset(st.s);
+        }
+    }
+    if (!status.isOk()) {
+        exec("ROLLBACK");
+        return status;
+    }
+    return exec("COMMIT");
+}
+
+Result<QVariantMap> SqliteStore::metadataForStoreAt(const QString& path)
+{
+    if (!QFileInfo::exists(path))
+        return Status::notFound(QStringLiteral("No data file at %1").arg(path));
+    sqlite3* db = nullptr;
+    const int rc = sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr);
+    QVariantMap out;
+    Status status;
+    sqlite3_stmt* st = nullptr;
+    if (rc != SQLITE_OK) {
+        status = Status::ioError(QStringLiteral("Cannot read %1").arg(path));
+    } else if (sqlite3_prepare_v2(db, "SELECT name FROM sqlite_master WHERE type='table' AND name='vyro_metadata'", -1, &st, nullptr) != SQLITE_OK) {
+        status = Status::corruption(QStringLiteral("%1 is not an SQLite file: %2").arg(path, QString::fromUtf8(sqlite3_errmsg(db))));
+    } else {
+        const bool hasMetadata = sqlite3_step(st) == SQLITE_ROW;
+        sqlite3_finalize(st);
+        st = nullptr;
+        if (hasMetadata && sqlite3_prepare_v2(db, "SELECT key, value FROM vyro_metadata", -1, &st, nullptr) == SQLITE_OK)
+            while (sqlite3_step(st) == SQLITE_ROW)
+                out.insert(textColumn(st, 0), variantColumn(st, 1));
+    }
+    sqlite3_finalize(st);
+    sqlite3_close(db);
+    if (!status.isOk())
+        return status;
+    return out;
+}
+
+Status SqliteStore::bindRecord(sqlite3_stmt* st, const Record& record, int firstColumn)
+{
+    const EntityDescription& entity = record.entity();
+    int column = firstColumn;
+    for (size_t a = 0; a < entity.attributes().size(); ++a, ++column) {
+        const Value& v = record.primitiveValue(int(a));
+        switch (v.kind()) {
+        case Value::Kind::Null: sqlite3_bind_null(st, column); break;
+        case Value::Kind::Bool:
+        case Value::Kind::Integer: sqlite3_bind_int64(st, column, v.toInteger()); break;
+        case Value::Kind::Double: sqlite3_bind_double(st, column, v.toDouble()); break;
+        case Value::Kind::Date: sqlite3_bind_int64(st, column, v.dateMSecs()); break;
+        case Value::Kind::String: {
+            const QByteArray text = v.toString().toUtf8();
+            sqlite3_bind_text(st, column, text.constData(), int(text.size()), SQLITE_TRANSIENT);
+            break;
+        }
+        }
+    }
+    for (size_t r = 0; r < entity.relationships().size(); ++r) {
+        if (entity.relationships()[r].toMany)
+            continue;
+        if (Record* target = record.toOne(int(r)))
+            sqlite3_bind_int64(st, column, target->primaryKey());
+        else
+            sqlite3_bind_null(st, column);
+        ++column;
+    }
+    return Status::ok();
+}
+
+Status SqliteStore::save(const Changes& changes)
+{
+    Status status;
+    auto statementsFor = [&](const EntityDescription& entity) -> Statements* {
+        Statements& st = m_statements[size_t(m_model.entityIndex(&entity))];
+        if (!st.insert) {
+            const QStringList columns = storedColumns(entity);
+            QStringList names, placeholders, assignments;
+            for (const QString& c : columns) {
+                names << quoted(c);
+                placeholders << QStringLiteral("?");
+                assignments << quoted(c) + QStringLiteral(" = ?");
+            }
+            const QString table = quoted(entity.name());
+            st.insert = prepare(QStringLiteral("INSERT INTO %1(pk, %2) VALUES (?, %3)").arg(table, names.join(QStringLiteral(", ")), placeholders.join(QStringLiteral(", "))), status);
+            st.update = prepare(QStringLiteral("UPDATE %1 SET %2 WHERE pk = ?").arg(table, assignments.join(QStringLiteral(", "))), status);
+            st.remove = prepare(QStringLiteral("DELETE FROM %1 WHERE pk = ?").arg(table), status);
+            if (!st.insert || !st.update || !st.remove)
+                return nullptr;
+        }
+        return &st;
+    };
+    auto run = [&](sqlite3_stmt* st, const Record& record) {
+        const int rc = sqlite3_step(st);
+        sqlite3_reset(st);
+        sqlite3_clear_bindings(st);
+        if (rc != SQLITE_DONE)
+            status = error(QStringLiteral("Saving %1 %2").arg(record.entity().name()).arg(record.primaryKey()));
+        return rc == SQLITE_DONE;
+    };
+
+    if (Status s = exec("BEGIN IMMEDIATE"); !s.isOk())
+        return s;
+    bool ok = true;
+    for (Record* r : changes.inserted) {
+        Statements* st = statementsFor(r->entity());
+        if (!(ok = st != nullptr))
+            break;
+        sqlite3_bind_int64(st->insert, 1, r->primaryKey());
+        bindRecord(st->insert, *r, 2);
+        if (!(ok = run(st->insert, *r)))
+            break;
+    }
+    for (size_t i = 0; ok && i < changes.updated.size(); ++i) {
+        Record* r = changes.updated[i];
+        Statements* st = statementsFor(r->entity());
+        if (!(ok = st != nullptr))
+            break;
+        bindRecord(st->update, *r, 1);
+        sqlite3_bind_int64(st->update, int(r->entity().attributes().size()) + r->entity().toOneCount() + 1, r->primaryKey());
+        ok = run(st->update, *r);
+    }
+    for (size_t i = 0; ok && i < changes.deleted.size(); ++i) {
+        Record* r = changes.deleted[i];
+        Statements* st = statementsFor(r->entity());
+        if (!(ok = st != nullptr))
+            break;
+        sqlite3_bind_int64(st->remove, 1, r->primaryKey());
+        ok = run(st->remove, *r);
+    }
+    if (ok && !changes.maxKeys.empty()) {
+        Statement st {prepare(QStringLiteral("INSERT OR REPLACE INTO vyro_keys(entity, maxkey) VALUES (?, ?)"), status)};
+        ok = st.s != nullptr;
+        for (size_t i = 0; ok && i < changes.maxKeys.size(); ++i) {
+            const QByteArray name = changes.maxKeys[i].first->name().toUtf8();
+            sqlite3_bind_text(st.s, 1, name.constData(), int(name.size()), SQLITE_TRANSIENT);
+            sqlite3_bind_int64(st.s, 2, changes.maxKeys[i].second);
+            ok = sqlite3_step(st.s) == SQLITE_DONE;
+            if (!ok)
+                status = error(QStringLiteral("Saving %1").arg(m_path));
+            sqlite3_reset(st.s);
+        }
+    }
+    if (ok)
+        ok = (status = exec("COMMIT")).isOk();
+    if (!ok) {
+        exec("ROLLBACK");
+        return status.isOk() ? error(QStringLiteral("Saving %1").arg(m_path)) : status;
+    }
+    return Status::ok();
+}

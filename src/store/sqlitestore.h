@@ -1,0 +1,75 @@
+#pragma once
+
+#include "store/status.h"
+
+#include <QString>
+#include <QVariantMap>
+
+#include <memory>
+#include <vector>
+
+struct sqlite3;
+struct sqlite3_stmt;
+class DataFileLock;
+class DataModel;
+class EntityDescription;
+class ObjectContext;
+class Record;
+
+// The data file: one SQLite database with a table per entity (a column per attribute and per to-one
+// relationship; to-many relationships are the inverse columns of the other side), the store's UUID,
+// its metadata and the highest primary key handed out per entity.
+//
+// Durability: a rollback journal with full sync. Between saves the data file alone holds every saved
+// change (so a plain copy of it is a complete backup), and a crash at any instant of a save leaves the
+// old or the new state: SQLite rolls back an interrupted save at the next open.
+class SqliteStore {
+public:
+    // Opens (creating when missing) the data file. Without `lock`, takes the file's lock itself.
+    static Result<std::unique_ptr<SqliteStore>> open(const QString& path, const DataModel& model,
+                                                     std::unique_ptr<DataFileLock> lock = nullptr);
+    // The metadata of a data file, read without opening it as a store (no lock, read-only). NotFound
+    // when there is no file; Corruption when it is not an SQLite file.
+    static Result<QVariantMap> metadataForStoreAt(const QString& path);
+
+    ~SqliteStore();
+
+    const QString& path() const { return m_path; }
+    const QString& uuid() const { return m_uuid; }
+
+    // Loads every row into `context` as records (untracked).
+    Status loadInto(ObjectContext& context);
+    QVariantMap metadata() const;
+    // Replaces the whole metadata dictionary, written at once.
+    Status setMetadata(const QVariantMap& metadata);
+
+    struct Changes {
+        std::vector<Record*> inserted;
+        std::vector<Record*> updated;
+        std::vector<Record*> deleted;
+        std::vector<std::pair<const EntityDescription*, qint64>> maxKeys;
+    };
+    // One transaction; all or nothing.
+    Status save(const Changes& changes);
+
+private:
+    SqliteStore(QString path, const DataModel& model, std::unique_ptr<DataFileLock> lock);
+    Status initialize();
+    Status exec(const char* sql);
+    Status exec(const QString& sql);
+    Status error(const QString& what) const;
+    sqlite3_stmt* prepare(const QString& sql, Status& status);
+    Status bindRecord(sqlite3_stmt* statement, const Record& record, int firstColumn);
+
+    QString m_path;
+    const DataModel& m_model;
+    std::unique_ptr<DataFileLock> m_lock;
+    sqlite3* m_db = nullptr;
+    QString m_uuid;
+    struct Statements {
+        sqlite3_stmt* insert = nullptr;
+        sqlite3_stmt* update = nullptr;
+        sqlite3_stmt* remove = nullptr;
+    };
+    std::vector<Statements> m_statements; // per entity, made on first save
+};

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+#include <QVariant>
+
+#include <cstdint>
+#include <optional>
+
+// One attribute value of a record. Every attribute is optional: Null (absent) is a value of its own and
+// differs from false and from 0. Kept to 16 bytes because a store of a hundred thousand tasks holds
+// millions of them: dates are kept as UTC milliseconds, text behind one pointer.
+class Value {
+public:
+    enum class Kind : std::uint8_t { Null, Bool, Integer, Double, String, Date };
+
+    Value() noexcept {}
+    static Value boolean(bool b);
+    static Value integer(qint64 i);
+    static Value real(double d);
+    static Value string(const QString& s);      // a null QString gives Null; "" stays ""
+    static Value date(const QDateTime& dt);     // an invalid date gives Null
+    static Value dateFromMSecs(qint64 msecsSinceEpochUtc);
+    // Bool, Int/LongLong, Double, QString and QDateTime variants; anything else (and invalid) is Null.
+    static Value fromVariant(const QVariant& v);
+
+    Value(const Value& other);
+    Value(Value&& other) noexcept;
+    Value& operator=(const Value& other);
+    Value& operator=(Value&& other) noexcept;
+    ~Value();
+
+    Kind kind() const { return m_kind; }
+    bool isNull() const { return m_kind == Kind::Null; }
+    bool isNumeric() const { return m_kind == Kind::Bool || m_kind == Kind::Integer || m_kind == Kind::Double; }
+
+    // Readers follow the platform's rules for absent values: false, 0, 0.0, a null QString, an invalid date.
+    bool toBool() const;
+    qint64 toInteger() const;
+    double toDouble() const;
+    QString toString() const;
+    QDateTime toDateTime() const;          // local time
+    qint64 dateMSecs() const { return m_kind == Kind::Date ? m_u.i : 0; }
+    QVariant toVariant() const;
+
+    // Exact equality of kind and content (used to skip writes that change nothing).
+    bool operator==(const Value& other) const;
+
+    // Ordering for comparisons and sorting: numbers with numbers (booleans count as 0 and 1), text with
+    // text, dates with dates. Null or mixed kinds have no order: nullopt.
+    static std::optional<int> compare(const Value& a, const Value& b, bool caseInsensitive = false);
+
+private:
+    void clear() noexcept;
+    void copyFrom(const Value& other);
+
+    Kind m_kind = Kind::Null;
+    union {
+        bool b;
+        qint64 i;
+        double d;
+        QString* s;
+    } m_u {};
+};

@@ -1,0 +1,294 @@
+// Black-box tests: the real `vyro` binary on temporary data folders.
+
+#include "model/datamodel.h"
+#include "store/datafilelock.h"
+#include "store/sqlitestore.h"
+
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <sqlite3.h>
+
+namespace {
+
+struct CliRun {
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+class CliTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(home.isValid()); }
+
+    QProcessEnvironment environment() const
+    {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
+        return env;
+    }
+
+    CliRun vyro(const QStringList& arguments, const QByteArray& input = {})
+    {
+        QProcess p;
+        p.setProcessEnvironment(environment());
+        p.start(QStringLiteral(VYRO_BINARY), arguments);
+        p.write(input);
+        p.closeWriteChannel();
+        EXPECT_TRUE(p.waitForFinished(60000));
+        return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError())};
+    }
+
+    QString dataDir() const { return home.filePath(QStringLiteral("store")); }
+    QString dataFile() const { return dataDir() + QStringLiteral("/Vyro.sql"); }
+
+    QJsonObject dump()
+    {
+        const CliRun r = vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("dump")});
+        EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
+        return QJsonDocument::fromJson(r.out.toUtf8()).object();
+    }
+
+    QString writeFile(const QString& name, const QByteArray& content)
+    {
+        const QString path = home.filePath(name);
+        QFile f(path);
+        EXPECT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(content);
+        return path;
+    }
+
+    QTemporaryDir home;
+};
+
+const char* kEverything = R"({
+  "contexts": [
+    {"uri": "c-home", "name": "Home", "isInbox": false, "specialIndex": 2, "synchronizable": true, "syncID": "s1"},
+    {"uri": "c-garden", "name": "Garden", "parentContext": "c-home", "pathName": "Home > Garden"}
+  ],
+  "projects": [
+    {"uri": "p-house", "name": "House", "active": true, "completed": false, "hasSingleTasks": false,
+     "defaultTags": "home", "content": "notes", "defaultContext": "c-garden"},
+    {"uri": "p-roof", "name": "Roof", "parentProject": "p-house", "active": false}
+  ],
+  "smartFolders": [
+    {"uri": "s-soon", "name": "Soon", "isAllPending": false, "tags": "home,work", "tagsQueryMode": 1,
+     "dueDateDaysNumber": 7, "includeOverdueTasks": true, "predicateQuery": "q", "predicateText": "t"}
+  ],
+  "archiveCategories": [
+    {"uri": "a-2026", "name": "2026"},
+    {"uri": "a-q4", "name": "Q4", "parentCategory": "a-2026"}
+  ],
+  "tasks": [
+    {"uri": "t-1", "name": "Fix roof", "content": "before winter", "done": false, "cleanedUp": false, "archived": false,
+     "nextAction": true, "maybe": false, "waitingFor": false, "delegated": false, "priority": 1, "effort": 3,
+     "tags": "home,outside", "contact": "Ann,Bob", "url": "https://example.org#$#file:///tmp/x",
+     "startDate": "2026-12-01T09:00:00+01:00", "dueDate": "2026-12-24T17:00:00.250+01:00",
+     "completionDate": "2026-11-30T08:00:00Z", "recurMode": 1, "recurNumber": 2, "recurType": 0,
+     "newInContext": true, "newInProject": false, "positionInContext": 1, "positionInProject": 1, "syncID": "abc",
+     "parentContext": "c-garden", "parentProject": "p-roof"},
+    {"uri": "t-2", "name": "Old", "archived": true, "parentContext": "c-home", "parentArchiveCategory": "a-q4"}
+  ]
+})";
+
+// The dump with URIs replaced by the names of the records they point at, for comparing runs.
+QJsonObject byName(QJsonObject dump)
+{
+    QMap<QString, QString> names;
+    for (const QString& array : dump.keys())
+        for (const QJsonValue& v : dump.value(array).toArray())
+            names.insert(v.toObject().value(QStringLiteral("uri")).toString(), v.toObject().value(QStringLiteral("name")).toString());
+    QJsonObject out;
+    for (const QString& array : dump.keys()) {
+        QJsonArray records;
+        for (const QJsonValue& v : dump.value(array).toArray()) {
+            QJsonObject o = v.toObject();
+            for (const QString& key : o.keys())
+                if (o.value(key).toString().startsWith(QStringLiteral("x-coredata://")))
+                    o.insert(key, QStringLiteral("->") + names.value(o.value(key).toString()));
+            records.append(o);
+        }
+        out.insert(array, records);
+    }
+    return out;
+}
+
+} // namespace
+
+TEST_F(CliTest, AFreshDataFolderGetsAMarkedDataFile)
+{
+    const CliRun r = vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("dump")});
+    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+    auto metadata = SqliteStore::metadataForStoreAt(dataFile());
+    ASSERT_TRUE(metadata.isOk());
+    EXPECT_EQ(metadata->value(QStringLiteral("VyroStoreVersion")).toString(), QStringLiteral("1.1"));
+    const QJsonObject json = QJsonDocument::fromJson(r.out.toUtf8()).object();
+    EXPECT_EQ(json.keys(), QStringList({"archiveCategories", "contexts", "projects", "smartFolders", "tasks"}));
+    // The log went to the debug log in the default folder, not to the terminal.
+    EXPECT_TRUE(r.err.isEmpty()) << r.err.toStdString();
+    QFile log(home.filePath(QStringLiteral("data/Vyro/debug.log")));
+    ASSERT_TRUE(log.open(QIODevice::ReadOnly));
+    EXPECT_EQ(QString::fromUtf8(log.readAll()), QStringLiteral("No SQL store..\nLoading SQL store...\n"));
+}
+
+TEST_F(CliTest, LoadThenDumpGivesEverythingBackWithStableURIs)
+{
+    const QString file = writeFile(QStringLiteral("everything.json"), kEverything);
+    const CliRun load = vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load"), file});
+    ASSERT_EQ(load.exitCode, 0) << load.err.toStdString();
+    const QJsonObject first = dump();
+
+    // Every attribute given comes back, with its kind, and every link points at the right record.
+    const QJsonObject input = QJsonDocument::fromJson(kEverything).object();
+    const QJsonObject output = byName(first);
+    for (const QString& array : input.keys()) {
+        const QJsonArray in = input.value(array).toArray();
+        const QJsonArray out = output.value(array).toArray();
+        ASSERT_EQ(in.size(), out.size()) << array.toStdString();
+        for (qsizetype i = 0; i < in.size(); ++i) {
+            const QJsonObject a = in[i].toObject(), b = out[i].toObject();
+            for (const QString& key : a.keys()) {
+                if (key == QLatin1String("uri"))
+                    continue;
+                const QJsonValue expected = a.value(key);
+                const QJsonValue actual = b.value(key);
+                if (key.endsWith(QLatin1String("Date")))
+                    EXPECT_EQ(QDateTime::fromString(actual.toString(), Qt::ISODateWithMs), QDateTime::fromString(expected.toString(), Qt::ISODateWithMs)) << key.toStdString();
+                else if (expected.toString().startsWith(QLatin1String("c-")) || expected.toString().startsWith(QLatin1String("p-")) || expected.toString().startsWith(QLatin1String("a-")))
+                    EXPECT_TRUE(actual.toString().startsWith(QStringLiteral("->"))) << key.toStdString();
+                else
+                    EXPECT_EQ(actual, expected) << array.toStdString() << "." << key.toStdString();
+            }
+            EXPECT_EQ(a.keys().size(), b.keys().size()) << "absent values stay absent in " << array.toStdString();
+        }
+    }
+    EXPECT_EQ(output.value(QStringLiteral("tasks")).toArray()[0].toObject().value(QStringLiteral("parentContext")).toString(), QStringLiteral("->Garden"));
+    EXPECT_EQ(output.value(QStringLiteral("tasks")).toArray()[1].toObject().value(QStringLiteral("parentArchiveCategory")).toString(), QStringLiteral("->Q4"));
+
+    // A later run sees the same URIs, and a dump loads into another data folder as the same records.
+    EXPECT_EQ(dump(), first);
+    const QString again = writeFile(QStringLiteral("dump.json"), QJsonDocument(first).toJson());
+    const QString otherDir = home.filePath(QStringLiteral("other"));
+    ASSERT_EQ(vyro({QStringLiteral("--data-dir"), otherDir, QStringLiteral("load"), again}).exitCode, 0);
+    const CliRun otherDump = vyro({QStringLiteral("--data-dir"), otherDir, QStringLiteral("dump")});
+    EXPECT_EQ(byName(QJsonDocument::fromJson(otherDump.out.toUtf8()).object()), output);
+}
+
+TEST_F(CliTest, AnInvalidFileChangesNothing)
+{
+    ASSERT_EQ(vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load"), writeFile(QStringLiteral("ok.json"), kEverything)}).exitCode, 0);
+    const QJsonObject before = dump();
+    const QString bad = writeFile(QStringLiteral("bad.json"), R"({"tasks": [{"name": "fine"}, {"name": "broken", "dueDate": "tomorrow-ish"}]})");
+    const CliRun r = vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load"), bad});
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_TRUE(r.err.contains(QStringLiteral("tasks[1].dueDate"))) << r.err.toStdString();
+    EXPECT_EQ(dump(), before);
+
+    const CliRun missing = vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load"), home.filePath(QStringLiteral("nope.json"))});
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_TRUE(missing.err.contains(QStringLiteral("cannot read"))) << missing.err.toStdString();
+}
+
+TEST_F(CliTest, UsageErrors)
+{
+    const QList<std::pair<QStringList, int>> cases = {
+        {{QStringLiteral("frobnicate")}, 2},
+        {{QStringLiteral("--bogus"), QStringLiteral("dump")}, 2},
+        {{QStringLiteral("--data-dir")}, 2},
+        {{QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load")}, 2},
+        {{QStringLiteral("--data-dir"), dataDir(), QStringLiteral("dump"), QStringLiteral("extra")}, 2},
+    };
+    for (const auto& [arguments, code] : cases) {
+        const CliRun r = vyro(arguments);
+        EXPECT_EQ(r.exitCode, code) << arguments.join(QLatin1Char(' ')).toStdString();
+        EXPECT_TRUE(r.err.startsWith(QStringLiteral("vyro: "))) << r.err.toStdString();
+    }
+    const CliRun version = vyro({QStringLiteral("--version")});
+    EXPECT_EQ(version.exitCode, 0);
+    EXPECT_TRUE(version.out.startsWith(QStringLiteral("vyro "))) << version.out.toStdString();
+}
+
+TEST_F(CliTest, ASecondProcessIsTurnedAwayAndTheFileIsUntouched)
+{
+    ASSERT_EQ(vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load"), writeFile(QStringLiteral("ok.json"), kEverything)}).exitCode, 0);
+    QFile f(dataFile());
+    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+    const QByteArray before = f.readAll();
+    f.close();
+    {
+        // This test process stands for a running Vyro that owns the file.
+        auto lock = DataFileLock::acquire(dataFile());
+        ASSERT_TRUE(lock.isOk());
+        const CliRun r = vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load"), writeFile(QStringLiteral("more.json"), R"({"tasks":[{"name":"x"}]})")});
+        EXPECT_NE(r.exitCode, 0);
+        EXPECT_TRUE(r.err.contains(QStringLiteral("in use by another Vyro process"))) << r.err.toStdString();
+    }
+    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+    EXPECT_EQ(f.readAll(), before);
+    f.close();
+    // Once the owner is gone the file is free again.
+    EXPECT_EQ(vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("dump")}).exitCode, 0);
+}
+
+TEST_F(CliTest, KillingALoadAtAnyInstantLeavesTheOldOrTheNewState)
+{
+    // A load big enough to take a while.
+    QJsonArray tasks;
+    for (int i = 0; i < 20000; ++i)
+        tasks.append(QJsonObject {{QStringLiteral("name"), QStringLiteral("task %1 with a name of some length").arg(i)},
+                                  {QStringLiteral("priority"), i % 5},
+                                  {QStringLiteral("tags"), QStringLiteral("a,b,c")}});
+    const QString big = writeFile(QStringLiteral("big.json"), QJsonDocument(QJsonObject {{QStringLiteral("tasks"), tasks}}).toJson());
+    ASSERT_EQ(vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("dump")}).exitCode, 0);
+
+    auto countTasks = [&]() -> int {
+        sqlite3* db = nullptr;
+        EXPECT_EQ(sqlite3_open(dataFile().toUtf8().constData(), &db), SQLITE_OK); // rolls back a hot journal
+        sqlite3_stmt* st = nullptr;
+        sqlite3_prepare_v2(db, "PRAGMA integrity_check", -1, &st, nullptr);
+        EXPECT_EQ(sqlite3_step(st), SQLITE_ROW);
+        EXPECT_STREQ(reinterpret_cast<const char*>(sqlite3_column_text(st, 0)), "ok");
+        sqlite3_finalize(st);
+        int n = -1;
+        sqlite3_prepare_v2(db, "SELECT count(*) FROM task", -1, &st, nullptr);
+        if (sqlite3_step(st) == SQLITE_ROW)
+            n = sqlite3_column_int(st, 0);
+        sqlite3_finalize(st);
+        sqlite3_close(db);
+        return n;
+    };
+
+    int expected = 0;
+    int killedMidway = 0;
+    QRandomGenerator random(42);
+    for (int round = 0; round < 8; ++round) {
+        QProcess p;
+        p.setProcessEnvironment(environment());
+        p.start(QStringLiteral(VYRO_BINARY), {QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load"), big});
+        ASSERT_TRUE(p.waitForStarted());
+        QThread::msleep(random.bounded(50, 900));
+        const bool finished = p.state() == QProcess::NotRunning;
+        if (!finished) {
+            ::kill(pid_t(p.processId()), SIGKILL);
+            ++killedMidway;
+        }
+        p.waitForFinished();
+        const int n = countTasks();
+        EXPECT_TRUE(n == expected || n == expected + 20000) << "round " << round << ": " << n << " tasks";
+        expected = n;
+    }
+    EXPECT_GT(killedMidway, 0);
+    // The data file still opens and works after all that.
+    const CliRun r = vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("dump")});
+    EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
+}

@@ -1,0 +1,197 @@
+#include "support/storefixture.h"
+
+#include "store/predicate.h"
+
+// A small world in which every example predicate of the program, and the NULL cases they rely on, can
+// be checked. Flags that a task never had are absent (NULL), not false.
+class PredicateTest : public StoreFixture {
+protected:
+    void SetUp() override
+    {
+        StoreFixture::SetUp();
+        inbox = newContext(QStringLiteral("Inbox"));
+        inbox->setIsInbox(true);
+        home = newContext(QStringLiteral("Home"));
+        home->setPathName(QStringLiteral("Home"));
+        garden = newContext(QStringLiteral("Garden"), home);
+        garden->setPathName(QString()); // never computed: NULL
+        office = newContext(QStringLiteral("Office"));
+        office->setPathName(QStringLiteral(""));
+
+        sequence = newProject(QStringLiteral("Sequence"));
+        sequence->setHasSingleTasks(false);
+        independent = newProject(QStringLiteral("independent"));
+        independent->setHasSingleTasks(true);
+        dormant = newProject(QStringLiteral("Dormant"), nullptr, false);
+        sub = newProject(QStringLiteral("Subsequence"), sequence);
+
+        // name, context, project, then attributes
+        auto* a = newTask(QStringLiteral("alpha"), home);
+        a->setDone(true);
+        a->setCleanedUp(false);
+        a->setArchived(false);
+        a->setTags(QStringLiteral("homework,errands"));
+        a->setSyncID(QStringLiteral("sync-a"));
+
+        auto* b = newTask(QStringLiteral("beta"), home, sequence);
+        b->setPositionInProject(1);
+        b->setMaybe(false);
+        b->setArchived(false);
+        b->setDueDate(at(2026, 11, 20));
+        b->setTags(QStringLiteral(""));
+
+        auto* c = newTask(QStringLiteral("Gamma"), garden, sequence);
+        c->setPositionInProject(2);
+        c->setMaybe(true);
+        c->setArchived(false);
+        c->setCleanedUp(true);
+        c->setDone(true);
+        c->setDueDate(at(2026, 11, 25));
+
+        auto* d = newTask(QStringLiteral("delta"), inbox, independent);
+        d->setPositionInProject(3);
+        d->setArchived(false);
+        d->setNextAction(true);
+        d->setTags(QStringLiteral("Work"));
+
+        auto* e = newTask(QStringLiteral("epsilon"), office, dormant);
+        e->setArchived(true);
+        e->setNextAction(false);
+        // everything else absent
+
+        tasks = {a, b, c, d, e};
+    }
+
+public:
+    static QDateTime at(int y, int m, int d) { return QDateTime(QDate(y, m, d), QTime(12, 0)); }
+
+    Context *inbox, *home, *garden, *office;
+    Project *sequence, *independent, *dormant, *sub;
+    std::vector<Task*> tasks;
+};
+
+struct PredicateCase {
+    const char* entity;
+    const char* format;
+    std::function<QList<PredicateArgument>(PredicateTest&)> arguments;
+    QStringList expected;
+};
+
+TEST_F(PredicateTest, ExamplesAndNullRules)
+{
+    auto none = [](PredicateTest&) { return QList<PredicateArgument> {}; };
+    const QList<PredicateCase> cases = {
+        // The program's own predicates.
+        {"context", "isInbox == 1", none, {"Inbox"}},
+        {"task", "(done == 1) and (cleanedUp <> 1)", none, {"alpha"}},
+        {"project", "name BEGINSWITH[c] %@ AND parentProject==%@ AND active==YES",
+         [](PredicateTest& t) { return QList<PredicateArgument> {QStringLiteral("sub"), t.sequence}; }, {"Subsequence"}},
+        {"task", "tags <> NULL and tags<>''", none, {"alpha", "delta"}},
+        {"context", "pathName == NULL or pathName == ''", none, {"Garden", "Inbox", "Office"}},
+        {"task", "(parentProject == NULL) or (parentProject.hasSingleTasks == 1) or (positionInProject == 1)", none, {"alpha", "beta", "delta"}},
+        {"task", "syncID==%@", [](PredicateTest&) { return QList<PredicateArgument> {QStringLiteral("sync-a")}; }, {"alpha"}},
+        {"task", "name LIKE[c] %@", [](PredicateTest&) { return QList<PredicateArgument> {QStringLiteral("?E*A")}; }, {"beta", "delta"}},
+        {"task", "name LIKE %@", [](PredicateTest&) { return QList<PredicateArgument> {QStringLiteral("*a")}; }, {"Gamma", "alpha", "beta", "delta"}},
+        {"task", "(parentContext==%@) and (cleanedUp <> 1) and (archived == 0)",
+         [](PredicateTest& t) { return QList<PredicateArgument> {t.home}; }, {"alpha", "beta"}},
+        {"task", "(parentContext==%@) and (maybe==NO or maybe==NULL) and ((parentProject==NULL) or (parentProject.active <> 0)) and (cleanedUp <> 1) and (archived == 0)",
+         [](PredicateTest& t) { return QList<PredicateArgument> {t.office}; }, {}},
+        {"task", "tags contains[c] 'home'", none, {"alpha"}},
+        {"task", "tags CONTAINS[c] 'work' OR tags contains[c] 'errands'", none, {"alpha", "delta"}},
+        {"task", "tags contains 'work'", none, {"alpha"}},
+        {"task", "(cleanedUp == 0) and (archived == 0) and (parentProject == NULL or parentProject.active == 1)", none, {"alpha"}},
+        {"context", "tasks.@count > 1", none, {"Home"}},
+        {"context", "subcontexts.@count == 0 AND isInbox <> 1", none, {"Garden", "Office"}},
+        // NULL is a value of its own.
+        {"task", "maybe==NO or maybe==NULL", none, {"alpha", "beta", "delta", "epsilon"}},
+        {"task", "maybe == NO", none, {"beta"}},
+        {"task", "cleanedUp <> 1", none, {"alpha", "beta", "delta", "epsilon"}},
+        {"task", "cleanedUp == 0", none, {"alpha"}},
+        {"task", "nextAction == NULL", none, {"alpha", "beta", "Gamma"}},
+        {"task", "dueDate < %@", [](PredicateTest& t) { return QList<PredicateArgument> {t.at(2026, 12, 1)}; }, {"Gamma", "beta"}},
+        {"task", "dueDate >= %@", [](PredicateTest& t) { return QList<PredicateArgument> {t.at(2026, 11, 21)}; }, {"Gamma"}},
+        {"task", "(dueDate<>NULL) and (dueDate<%@)", [](PredicateTest& t) { return QList<PredicateArgument> {t.at(2026, 11, 21)}; }, {"beta"}},
+        {"task", "NOT (dueDate <= %@)", [](PredicateTest& t) { return QList<PredicateArgument> {t.at(2026, 11, 21)}; }, {"Gamma", "alpha", "delta", "epsilon"}},
+        {"task", "parentProject.active <> 0", none, {"Gamma", "alpha", "beta", "delta"}},
+        {"task", "parentProject.active == 0", none, {"epsilon"}},
+        {"task", "parentProject == %@", [](PredicateTest&) { return QList<PredicateArgument> {static_cast<Record*>(nullptr)}; }, {"alpha"}},
+        {"task", "name BEGINSWITH[c] %@", [](PredicateTest&) { return QList<PredicateArgument> {QStringLiteral("g")}; }, {"Gamma"}},
+        {"task", "name ENDSWITH 'ta'", none, {"beta", "delta"}},
+        {"task", "priority == NULL && effort == NULL", none, {"Gamma", "alpha", "beta", "delta", "epsilon"}},
+        {"task", "TRUEPREDICATE", none, {"Gamma", "alpha", "beta", "delta", "epsilon"}},
+        {"task", "FALSEPREDICATE or positionInProject > 2.5", none, {"delta"}},
+    };
+    for (const PredicateCase& c : cases) {
+        SCOPED_TRACE(c.format);
+        const QList<PredicateArgument> args = c.arguments(*this);
+        QStringList expected = c.expected;
+        expected.sort();
+        EXPECT_EQ(namesOf(fetch(QLatin1String(c.entity), QLatin1String(c.format), args)), expected);
+        // The same predicate on a list in memory agrees with the fetch.
+        auto predicate = Predicate::parse(QLatin1String(c.format), args);
+        ASSERT_TRUE(predicate.isOk());
+        EXPECT_EQ(namesOf(filteredArray(context->allObjects(QLatin1String(c.entity)), *predicate)), expected);
+    }
+}
+
+TEST_F(PredicateTest, JoinedPredicates)
+{
+    const Predicate open = Predicate::fromFormat(QStringLiteral("cleanedUp <> 1"));
+    const Predicate inHome = Predicate::fromFormat(QStringLiteral("parentContext == %@"), {home});
+    EXPECT_EQ(namesOf(filteredArray(tasks, Predicate::andPredicateWithSubpredicates({open, inHome}))), QStringList({"alpha", "beta"}));
+    EXPECT_EQ(namesOf(filteredArray(tasks, Predicate::orPredicateWithSubpredicates({inHome, Predicate::fromFormat(QStringLiteral("maybe == YES"))}))),
+              QStringList({"Gamma", "alpha", "beta"}));
+    EXPECT_EQ(filteredArray(tasks, Predicate::orPredicateWithSubpredicates({})).size(), 0u);
+    EXPECT_EQ(filteredArray(tasks, Predicate::andPredicateWithSubpredicates({})).size(), tasks.size());
+}
+
+TEST_F(PredicateTest, PinnedFetchLooksOnlyAtTheInverseSet)
+{
+    const auto pinned = Predicate::fromFormat(QStringLiteral("(cleanedUp <> 1) and (parentContext==%@)"), {home});
+    const EntityDescription* task = context->model().entity(u"task");
+    EXPECT_EQ(pinned.pinnedRelationship(*task).second, home);
+    // An OR does not pin; neither does a comparison with NULL.
+    EXPECT_EQ(Predicate::fromFormat(QStringLiteral("parentContext==%@ or done == 1"), {home}).pinnedRelationship(*task).second, nullptr);
+    EXPECT_EQ(Predicate::fromFormat(QStringLiteral("parentProject == NULL")).pinnedRelationship(*task).second, nullptr);
+    // A task moved out of the context is no longer found through it.
+    tasks[0]->setParentContext(office);
+    EXPECT_EQ(namesOf(fetch(QStringLiteral("task"), QStringLiteral("parentContext == %@"), {home})), QStringList({"beta"}));
+    EXPECT_EQ(namesOf(fetch(QStringLiteral("task"), QStringLiteral("parentContext == %@"), {office})), QStringList({"alpha", "epsilon"}));
+}
+
+TEST(PredicateParse, BadTextIsAnErrorNotACrash)
+{
+    const QList<std::pair<const char*, int>> cases = {
+        {"name ==", 0}, {"(done == 1", 0}, {"done == 1 and", 0}, {"done == 1)", 0}, {"%@ == 1", 0},
+        {"name == %@", 2}, {"name LIKE[x] 'a'", 0}, {"name == 'abc", 0}, {"done === 1", 0}, {"name CONTAINS", 0},
+        {"and == 1", 0}, {"", 0}, {"done == 1 done == 2", 0}, {"name == %d", 0},
+    };
+    for (const auto& [format, argumentCount] : cases) {
+        QList<PredicateArgument> args;
+        for (int i = 0; i < argumentCount; ++i)
+            args << PredicateArgument(QStringLiteral("x"));
+        auto parsed = Predicate::parse(QLatin1String(format), args);
+        EXPECT_FALSE(parsed.isOk()) << format;
+        if (!parsed)
+            EXPECT_EQ(parsed.status().code(), Status::Code::InvalidArgument) << format;
+    }
+}
+
+TEST_F(PredicateTest, UnknownKeysFailTheFetch)
+{
+    for (const char* format : {"nosuchkey == 1", "parentContext.nosuch == 1", "name.length == 1", "tasks == NULL"}) {
+        const auto entity = QString::fromLatin1(std::string_view(format).find("tasks") == 0 ? "context" : "task");
+        auto result = context->executeFetchRequest(FetchRequest(entity, Predicate::fromFormat(QLatin1String(format))));
+        EXPECT_FALSE(result.isOk()) << format;
+    }
+}
+
+TEST_F(PredicateTest, TextFormRoundTrips)
+{
+    const auto p = Predicate::fromFormat(QStringLiteral("(done == 1 OR maybe == NULL) AND name CONTAINS[c] %@ AND NOT (priority > 2)"),
+                                         {QStringLiteral("a \"quoted\" word")});
+    auto again = Predicate::parse(p.predicateFormat());
+    ASSERT_TRUE(again.isOk()) << again.status() << p.predicateFormat();
+    EXPECT_EQ(again->predicateFormat(), p.predicateFormat());
+    EXPECT_EQ(namesOf(filteredArray(tasks, *again)), namesOf(filteredArray(tasks, p)));
+}
