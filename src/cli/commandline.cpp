@@ -35,8 +35,11 @@ QString usageText()
 }
 
 // The desktop interface comes in a later version; until then a plain start opens the data and reports.
+// As the desktop program does from its first step on, standard error goes to the debug log; what the
+// user must see is printed on standard output.
 int runDesktop(CommandEnvironment& env)
 {
+    redirectStandardErrorToDebugLog(debugLogFilePath());
     if (auto failed = env.openStore())
         return *failed;
     ObjectContext& context = env.appDelegate().managedObjectContext();
@@ -72,7 +75,7 @@ std::optional<int> CommandEnvironment::openStore()
     m_preferences->sync();
     m_delegate = std::make_unique<CoreData_AppDelegate>(*m_preferences, m_dataFolder);
     if (Status s = m_delegate->loadPersistentStoreCoordinator(); !s.isOk())
-        return fail(s.message(), s.code() == Status::Code::Busy ? ExitFailure : ExitFailure);
+        return fail(s.message());
     // Command-line runs are one action each; nothing is to be undone.
     m_delegate->managedObjectContext().undoManager().setEnabled(false);
     return std::nullopt;
@@ -114,7 +117,7 @@ int runCommandLine(const QStringList& arguments)
         return ExitUsage;
     }
     if (rest.isEmpty()) {
-        CommandEnvironment env({}, dataFolder, out, err);
+        CommandEnvironment env({}, dataFolder, out, out);
         return runDesktop(env);
     }
     const QString name = rest.takeFirst();

@@ -292,3 +292,21 @@ TEST_F(CliTest, KillingALoadAtAnyInstantLeavesTheOldOrTheNewState)
     const CliRun r = vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("dump")});
     EXPECT_EQ(r.exitCode, 0) << r.err.toStdString();
 }
+
+TEST_F(CliTest, APlainStartLogsToTheDebugLogAndReports)
+{
+    const CliRun r = vyro({QStringLiteral("--data-dir"), dataDir()});
+    EXPECT_EQ(r.exitCode, 0) << r.out.toStdString();
+    EXPECT_TRUE(r.out.contains(QDir::toNativeSeparators(dataFile()))) << r.out.toStdString();
+    EXPECT_TRUE(r.err.isEmpty());
+    QFile log(home.filePath(QStringLiteral("data/Vyro/debug.log")));
+    ASSERT_TRUE(log.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(log.readAll().endsWith("Loading SQL store...\n"));
+
+    // A second run while the file is owned says so where the user sees it.
+    auto lock = DataFileLock::acquire(dataFile());
+    ASSERT_TRUE(lock.isOk());
+    const CliRun busy = vyro({QStringLiteral("--data-dir"), dataDir()});
+    EXPECT_NE(busy.exitCode, 0);
+    EXPECT_TRUE(busy.out.contains(QStringLiteral("in use by another Vyro process"))) << busy.out.toStdString();
+}
