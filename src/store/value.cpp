@@ -67,60 +67,6 @@ Value Value::fromVariant(const QVariant& var)
     }
 }
 
-Value::Value(const Value& other)
-{
-    copyFrom(other);
-}
-
-Value::Value(Value&& other) noexcept : m_kind(other.m_kind), m_u(other.m_u)
-{
-    other.m_kind = Kind::Null;
-    other.m_u.i = 0;
-}
-
-Value& Value::operator=(const Value& other)
-{
-    if (this != &other) {
-        clear();
-        copyFrom(other);
-    }
-    return *this;
-}
-
-Value& Value::operator=(Value&& other) noexcept
-{
-    if (this != &other) {
-        clear();
-        m_kind = other.m_kind;
-        m_u = other.m_u;
-        other.m_kind = Kind::Null;
-        other.m_u.i = 0;
-    }
-    return *this;
-}
-
-Value::~Value()
-{
-    clear();
-}
-
-void Value::clear() noexcept
-{
-    if (m_kind == Kind::String)
-        delete m_u.s;
-    m_kind = Kind::Null;
-    m_u.i = 0;
-}
-
-void Value::copyFrom(const Value& other)
-{
-    m_kind = other.m_kind;
-    if (m_kind == Kind::String)
-        m_u.s = new QString(*other.m_u.s);
-    else
-        m_u = other.m_u;
-}
-
 bool Value::toBool() const
 {
     switch (m_kind) {

@@ -24,11 +24,32 @@ public:
     // Bool, Int/LongLong, Double, QString and QDateTime variants; anything else (and invalid) is Null.
     static Value fromVariant(const QVariant& v);
 
-    Value(const Value& other);
-    Value(Value&& other) noexcept;
-    Value& operator=(const Value& other);
-    Value& operator=(Value&& other) noexcept;
-    ~Value();
+    Value(const Value& other) { copyFrom(other); }
+    Value(Value&& other) noexcept : m_kind(other.m_kind), m_u(other.m_u)
+    {
+        other.m_kind = Kind::Null;
+        other.m_u.i = 0;
+    }
+    Value& operator=(const Value& other)
+    {
+        if (this != &other) {
+            clear();
+            copyFrom(other);
+        }
+        return *this;
+    }
+    Value& operator=(Value&& other) noexcept
+    {
+        if (this != &other) {
+            clear();
+            m_kind = other.m_kind;
+            m_u = other.m_u;
+            other.m_kind = Kind::Null;
+            other.m_u.i = 0;
+        }
+        return *this;
+    }
+    ~Value() { clear(); }
 
     Kind kind() const { return m_kind; }
     bool isNull() const { return m_kind == Kind::Null; }
@@ -51,8 +72,21 @@ public:
     static std::optional<int> compare(const Value& a, const Value& b, bool caseInsensitive = false);
 
 private:
-    void clear() noexcept;
-    void copyFrom(const Value& other);
+    void clear() noexcept
+    {
+        if (m_kind == Kind::String)
+            delete m_u.s;
+        m_kind = Kind::Null;
+        m_u.i = 0;
+    }
+    void copyFrom(const Value& other)
+    {
+        m_kind = other.m_kind;
+        if (m_kind == Kind::String)
+            m_u.s = new QString(*other.m_u.s);
+        else
+            m_u = other.m_u;
+    }
 
     Kind m_kind = Kind::Null;
     union {

@@ -172,8 +172,9 @@ TEST(PredicateParse, BadTextIsAnErrorNotACrash)
             args << PredicateArgument(QStringLiteral("x"));
         auto parsed = Predicate::parse(QLatin1String(format), args);
         EXPECT_FALSE(parsed.isOk()) << format;
-        if (!parsed)
+        if (!parsed) {
             EXPECT_EQ(parsed.status().code(), Status::Code::InvalidArgument) << format;
+        }
     }
 }
 
