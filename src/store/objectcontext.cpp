@@ -121,7 +121,8 @@ void ObjectContext::deleteObject(Record* record)
         if (!rel.toMany)
             continue;
         const std::vector<Record*> members = record->toMany(int(i));
-        for (Record* member : members) {
+        for (auto it = members.rbegin(); it != members.rend(); ++it) {
+            Record* member = *it;
             if (rel.deleteRule == DeleteRule::Cascade)
                 deleteObject(member);
             else if (rel.inverseIndex >= 0)

@@ -48,9 +48,11 @@ void Record::removeFromInverse(int relationship, Record* target)
     if (!target || rel.inverseIndex < 0)
         return;
     auto& members = target->m_toMany[size_t(rel.destination->slotOfRelationship(rel.inverseIndex))];
-    auto it = std::find(members.begin(), members.end(), this);
-    if (it != members.end())
-        members.erase(it);
+    // Searched from the back: emptying a set (deleting a context with all its tasks) goes backwards and so
+    // stays linear.
+    auto it = std::find(members.rbegin(), members.rend(), this);
+    if (it != members.rend())
+        members.erase(std::next(it).base());
 }
 
 void Record::linkToOne(int relationship, Record* target)

@@ -307,6 +307,7 @@ QVariantMap SqliteStore::metadata() const
         while (sqlite3_step(st) == SQLITE_ROW)
             out.insert(textColumn(st, 0), variantColumn(st, 1));
     sqlite3_finalize(st);
+    out.insert(QLatin1String(kStoreUUIDKey), m_uuid);
     return out;
 }
 
@@ -318,6 +319,8 @@ Status SqliteStore::setMetadata(const QVariantMap& metadata)
     if (status.isOk()) {
         Statement st {prepare(QStringLiteral("INSERT INTO vyro_metadata(key, value) VALUES (?, ?)"), status)};
         for (auto it = metadata.begin(); st.s && it != metadata.end(); ++it) {
+            if (it.key() == QLatin1String(kStoreUUIDKey))
+                continue;
             const QByteArray key = it.key().toUtf8();
             sqlite3_bind_text(st.s, 1, key.constData(), int(key.size()), SQLITE_TRANSIENT);
             const QVariant& v = it.value();
@@ -363,6 +366,11 @@ Result<QVariantMap> SqliteStore::metadataForStoreAt(const QString& path)
         if (hasMetadata && sqlite3_prepare_v2(db, "SELECT key, value FROM vyro_metadata", -1, &st, nullptr) == SQLITE_OK)
             while (sqlite3_step(st) == SQLITE_ROW)
                 out.insert(textColumn(st, 0), variantColumn(st, 1));
+        sqlite3_finalize(st);
+        st = nullptr;
+        if (hasMetadata && sqlite3_prepare_v2(db, "SELECT uuid FROM vyro_store WHERE id = 1", -1, &st, nullptr) == SQLITE_OK
+            && sqlite3_step(st) == SQLITE_ROW)
+            out.insert(QLatin1String(kStoreUUIDKey), textColumn(st, 0));
     }
     sqlite3_finalize(st);
     sqlite3_close(db);

@@ -25,10 +25,13 @@ class Record;
 // old or the new state: SQLite rolls back an interrupted save at the next open.
 class SqliteStore {
 public:
+    static constexpr const char* kStoreUUIDKey = "VyroStoreUUID";
+
     // Opens (creating when missing) the data file. Without `lock`, takes the file's lock itself.
     static Result<std::unique_ptr<SqliteStore>> open(const QString& path, const DataModel& model,
                                                      std::unique_ptr<DataFileLock> lock = nullptr);
-    // The metadata of a data file, read without opening it as a store (no lock, read-only). NotFound
+    // The metadata of a data file, read without opening it as a store (no lock, read-only), with the
+    // store's UUID under kStoreUUIDKey. NotFound
     // when there is no file; Corruption when it is not an SQLite file.
     static Result<QVariantMap> metadataForStoreAt(const QString& path);
 
@@ -39,8 +42,9 @@ public:
 
     // Loads every row into `context` as records (untracked).
     Status loadInto(ObjectContext& context);
+    // The metadata, with the store's UUID under kStoreUUIDKey.
     QVariantMap metadata() const;
-    // Replaces the whole metadata dictionary, written at once.
+    // Replaces the whole metadata dictionary, written at once. The UUID is the store's own and stays.
     Status setMetadata(const QVariantMap& metadata);
 
     struct Changes {

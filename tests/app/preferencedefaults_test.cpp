@@ -202,22 +202,7 @@ TEST(PreferenceKeyTable, ListsEveryKeyWithItsTypeAndDefault)
     }
 }
 
-TEST(PreferenceKeyTable, UnknownNamesAreNotFound)
-{
-    for (const QString& name : {QString(), QStringLiteral("quickTag10"), QStringLiteral("quickTag%d"),
-                                QStringLiteral("ShowBadge"), QStringLiteral("showBadge ")}) {
-        SCOPED_TRACE(name.toStdString());
-        EXPECT_EQ(findPreferenceKey(name), nullptr);
-    }
-}
 
-TEST(PreferenceKeyTable, QuickTagKeysAreNumberedFromOne)
-{
-    EXPECT_EQ(quickTagKey(1), QStringLiteral("quickTag1"));
-    EXPECT_EQ(quickTagKey(quickTagCount), QStringLiteral("quickTag9"));
-    for (int number = 1; number <= quickTagCount; ++number)
-        EXPECT_NE(findPreferenceKey(quickTagKey(number)), nullptr) << number;
-}
 
 TEST_F(PreferenceDefaultsTest, FirstRunWritesTheFirstRunGroupAndThePerKeyDefaults)
 {

@@ -211,28 +211,6 @@ TEST_F(PreferencesTest, SyncReportsAFileThatCannotBeWritten)
     EXPECT_FALSE(preferences.sync());
 }
 
-TEST_F(PreferencesTest, SyncCreatesMissingFolders)
-{
-    const QString filePath = path(QStringLiteral("config/deeper/com.quendar.Vyro.ini"));
-    {
-        Preferences preferences(filePath);
-        preferences.setInteger(u"k", 3);
-        EXPECT_TRUE(preferences.sync());
-    }
-    EXPECT_EQ(reopenFromDisk(filePath)->integerForKey(u"k"), 3);
-}
 
-TEST(PreferencesDefaultFile, LivesInTheConfigFolder)
-{
-    QTemporaryDir config;
-    const QByteArray saved = qgetenv("XDG_CONFIG_HOME");
-    qputenv("XDG_CONFIG_HOME", config.path().toLocal8Bit());
-    EXPECT_EQ(Preferences::defaultFilePath(), config.path() + QStringLiteral("/com.quendar.Vyro.ini"));
-    EXPECT_EQ(Preferences().filePath(), Preferences::defaultFilePath());
-    if (saved.isNull())
-        qunsetenv("XDG_CONFIG_HOME");
-    else
-        qputenv("XDG_CONFIG_HOME", saved);
-}
 
 } // namespace

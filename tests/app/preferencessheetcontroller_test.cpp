@@ -267,36 +267,7 @@ TEST(PreferencesSheetController, AsksTheFirstSyncQuestionOnlyWhenSyncWasTurnedOn
     }
 }
 
-TEST(PreferencesSheetController, FirstSyncQuestionNamesTheCloudDisk)
-{
-    Scenario s;
-    s.controller.showPreferences();
-    s.preferences.setBool(PreferenceKey::dotMac14SyncingEnabled, true);
-    s.controller.preferencesDone();
 
-    ASSERT_EQ(s.host.questions.size(), 1u);
-    const Question& q = s.host.questions.front();
-    EXPECT_EQ(q.title, QStringLiteral("Cloud disk syncing"));
-    EXPECT_EQ(q.text, QStringLiteral("Is this your first Vyro installation?\n\nClick No if you're already using Vyro on "
-                                     "some other computer with cloud disk syncing enabled."));
-    EXPECT_EQ(q.defaultButton, QStringLiteral("Yes"));
-    EXPECT_EQ(q.otherButton, QStringLiteral("No"));
-}
-
-TEST(PreferencesSheetController, ReopeningWhileOpenKeepsWhatWasRememberedAtOpening)
-{
-    Scenario s;
-    s.controller.showPreferences();
-    s.preferences.setBool(PreferenceKey::dotMac14SyncingEnabled, true);
-    s.preferences.setBool(PreferenceKey::dataFilePathIsCustom, true);
-    s.controller.showOpenDialogForCustomDataFilePath(s.otherFolder());
-    s.controller.customizeQuickTags();
-    s.controller.preferencesDone();
-
-    EXPECT_EQ(s.host.calls.count(QStringLiteral("showSheet")), 1);
-    EXPECT_EQ(s.host.questions.size(), 1u);
-    EXPECT_EQ(readFile(s.otherDataFile()), QByteArrayLiteral("saved"));
-}
 
 TEST(PreferencesSheetController, ColourWellFollowsTheStoredColour)
 {
@@ -346,27 +317,6 @@ TEST(PreferencesSheetController, ColourWellFollowsTheStoredColour)
     }
 }
 
-TEST(PreferencesSheetController, OpensAtTheFirstOrTheQuickTagsTab)
-{
-    Scenario s;
-    s.controller.customizeQuickTags();
-    EXPECT_EQ(s.controller.currentTab(), 3);
-    EXPECT_TRUE(s.controller.isOpen());
-    EXPECT_EQ(s.host.calls.last(), QStringLiteral("selectTab 3"));
-    s.controller.preferencesDone();
 
-    s.controller.showPreferences();
-    EXPECT_EQ(s.controller.currentTab(), 0);
-    EXPECT_EQ(s.host.calls.last(), QStringLiteral("showSheet"));
-    EXPECT_TRUE(s.host.calls.contains(QStringLiteral("selectTab 0")));
-}
-
-TEST(PreferencesSheetController, DoneWhileClosedDoesNothing)
-{
-    Scenario s;
-    s.controller.preferencesDone();
-    EXPECT_TRUE(s.host.calls.isEmpty());
-    EXPECT_FALSE(s.preferences.hasKey(PreferenceKey::backgroundColorForTablesR));
-}
 
 } // namespace

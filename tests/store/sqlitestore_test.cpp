@@ -15,12 +15,15 @@ TEST_F(SqliteStoreTest, MetadataIsReadWithoutOpeningTheStore)
     // The store is still open and locked: reading the metadata needs neither.
     auto metadata = SqliteStore::metadataForStoreAt(dataFilePath());
     ASSERT_TRUE(metadata.isOk()) << metadata.status();
-    EXPECT_EQ(metadata->value(QStringLiteral("VyroStoreVersion")).toString(), QStringLiteral("1.1"));
-    EXPECT_EQ(metadata->size(), 1);
+    EXPECT_EQ(*metadata, QVariantMap({{QStringLiteral("VyroStoreVersion"), QStringLiteral("1.1")},
+                                      {QStringLiteral("VyroStoreUUID"), context->storeUUID()}}));
 
-    // Setting metadata replaces all of it.
-    ASSERT_TRUE(context->setMetadata({{QStringLiteral("other"), 7}}).isOk());
-    EXPECT_EQ(SqliteStore::metadataForStoreAt(dataFilePath())->keys(), QStringList({"other"}));
+    // Setting metadata replaces all of it but the store's UUID.
+    ASSERT_TRUE(context->setMetadata({{QStringLiteral("other"), 7}, {QStringLiteral("VyroStoreUUID"), QStringLiteral("forged")}}).isOk());
+    EXPECT_EQ(SqliteStore::metadataForStoreAt(dataFilePath())->keys(), QStringList({"VyroStoreUUID", "other"}));
+    reopen();
+    EXPECT_EQ(context->metadata().value(QStringLiteral("VyroStoreUUID")).toString(), context->storeUUID());
+    EXPECT_EQ(context->metadata().value(QStringLiteral("other")).toInt(), 7);
 
     EXPECT_TRUE(SqliteStore::metadataForStoreAt(path(QStringLiteral("missing.sql"))).status().isNotFound());
     QFile junk(path(QStringLiteral("junk.sql")));
