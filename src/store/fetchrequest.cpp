@@ -6,10 +6,10 @@
 
 int SortDescriptor::compareValues(const Value& a, const Value& b) const
 {
+    if (comparator)
+        return comparator(a, b, ascending);
     int c;
-    if (comparator) {
-        c = comparator(a, b);
-    } else if (a.isNull() || b.isNull()) {
+    if (a.isNull() || b.isNull()) {
         c = a.isNull() == b.isNull() ? 0 : (a.isNull() ? -1 : 1);
     } else {
         c = Value::compare(a, b, comparison == Comparison::CaseInsensitiveCompare).value_or(0);

@@ -22,8 +22,9 @@ struct SortDescriptor {
         : path(key), ascending(ascending), comparison(comparison)
     {
     }
-    // A custom comparison of two values (negative, zero, positive), applied before the direction.
-    using Comparator = std::function<int(const Value&, const Value&)>;
+    // A custom comparison of two values (negative, zero, positive). It decides the final order itself and
+    // is told the direction, so it can keep some values (absent ones, say) at one end either way.
+    using Comparator = std::function<int(const Value&, const Value&, bool ascending)>;
     SortDescriptor(const QString& key, bool ascending, Comparator comparator)
         : path(key), ascending(ascending), comparator(std::move(comparator))
     {
