@@ -1,6 +1,9 @@
 #include "app/coredataappdelegate.h"
 
 #include "app/datafilepaths.h"
+#include "app/preferences.h"
+#include "model/modelenvironment.h"
+#include "model/startupdata.h"
 #include "model/datamodel.h"
 #include "store/datafilelock.h"
 #include "store/log.h"
@@ -14,9 +17,19 @@ CoreData_AppDelegate::CoreData_AppDelegate(const Preferences& preferences, DataF
 {
     computeOldCurrentDataFilePath();
     computeCurrentDataFilePath();
+    ModelEnvironment::instance().setPreferenceReader([this](QStringView key) { return m_preferences.objectForKey(key); });
 }
 
-CoreData_AppDelegate::~CoreData_AppDelegate() = default;
+CoreData_AppDelegate::~CoreData_AppDelegate()
+{
+    ModelEnvironment::instance().setPreferenceReader({});
+}
+
+void CoreData_AppDelegate::prepareStoreForWork()
+{
+    if (hasStore())
+        ::prepareStoreForWork(managedObjectContext());
+}
 
 QString CoreData_AppDelegate::applicationSupportFolder() const
 {

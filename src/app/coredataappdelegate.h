@@ -36,6 +36,9 @@ public:
     // SQLite file and marks it "VyroStoreVersion" = "1.1". On failure the run goes on without a store.
     Status loadPersistentStoreCoordinator();
     bool hasStore() const;
+    // The start-up data steps that need no window: the Inbox, "All tasks", no next-action folder, the
+    // clean-up pass.
+    void prepareStoreForWork();
 
     // Saves the context; the changes stay pending when that fails.
     Status saveAction();

@@ -1,5 +1,6 @@
 #include "app/coredataappdelegate.h"
 #include "cli/commandline.h"
+#include "model/startupdata.h"
 #include "store/objectcontext.h"
 #include "store/recordjson.h"
 
@@ -27,6 +28,7 @@ int runLoad(CommandEnvironment& env)
     auto document = recordDocumentFromJson(bytes, context.model());
     if (!document)
         return env.fail(QStringLiteral("%1: %2").arg(path, document.status().message()), ExitUsage);
+    mergeSpecialRecordsInto(context, *document);
     std::vector<Record*> created;
     if (Status s = importDocument(context, *document, &created); !s.isOk())
         return env.fail(QStringLiteral("%1: %2").arg(path, s.message()), ExitUsage);

@@ -78,6 +78,7 @@ std::optional<int> CommandEnvironment::openStore()
         return fail(s.message());
     // Command-line runs are one action each; nothing is to be undone.
     m_delegate->managedObjectContext().undoManager().setEnabled(false);
+    m_delegate->prepareStoreForWork();
     return std::nullopt;
 }
 

@@ -37,16 +37,23 @@ template <> struct Traits<AttributeType::Date> {
 };
 } // namespace accessors
 
-#define VYRO_ATTRIBUTE_ENUM(getter, Setter, Kind) getter,
+#define VYRO_ATTRIBUTE_ENUM(getter, Setter, Kind, Mode) getter,
 
-#define VYRO_ATTRIBUTE_ACCESSORS(getter, Setter, Kind)                                                         \
+// Mode "plain": the setter just stores. Mode "custom": the setter has side effects and is written by
+// hand in the entity's .cpp file.
+#define VYRO_ATTRIBUTE_ACCESSORS(getter, Setter, Kind, Mode)                                                   \
     accessors::Traits<AttributeType::Kind>::Type getter() const                                                \
     {                                                                                                          \
         return accessors::Traits<AttributeType::Kind>::get(primitiveValue(Attr::getter));                      \
     }                                                                                                          \
+    VYRO_SETTER_##Mode(getter, Setter, Kind)
+
+#define VYRO_SETTER_plain(getter, Setter, Kind)                                                                \
     void set##Setter(accessors::Traits<AttributeType::Kind>::Param v)                                          \
     {                                                                                                          \
         setPrimitiveValue(Attr::getter, accessors::Traits<AttributeType::Kind>::make(v));                      \
     }
 
-#define VYRO_ATTRIBUTE_DESCRIPTION(getter, Setter, Kind) entity.addAttribute(QStringLiteral(#getter), AttributeType::Kind);
+#define VYRO_SETTER_custom(getter, Setter, Kind) void set##Setter(accessors::Traits<AttributeType::Kind>::Param v);
+
+#define VYRO_ATTRIBUTE_DESCRIPTION(getter, Setter, Kind, Mode) entity.addAttribute(QStringLiteral(#getter), AttributeType::Kind);

@@ -1,5 +1,82 @@
 #include "model/archivecategory.h"
 
+#include "model/task.h"
+#include "store/predicate.h"
+
+TaskQueryResult ArchiveCategory::taskQuery(TaskCounter kind) const
+{
+    static const Predicate pending = Predicate::templateFromFormat(QStringLiteral("(parentArchiveCategory==%@) and (archived == 1)"));
+    static const Predicate nextAction = Predicate::templateFromFormat(QStringLiteral("(parentArchiveCategory==%@) and (archived == 1) and (nextAction == 1)"));
+    switch (kind) {
+    case TaskCounter::Pending: return fetchTasks(*this, pending);
+    case TaskCounter::NextAction: return fetchTasks(*this, nextAction);
+    default: return std::vector<Record*>();
+    }
+}
+
+qint64 ArchiveCategory::pendingTasksCount() const
+{
+    const auto tasks = pendingTasks();
+    return tasks ? qint64(tasks->size()) : 0;
+}
+
+qint64 ArchiveCategory::nextActionTasksCount() const
+{
+    const auto tasks = nextActionTasks();
+    return tasks ? qint64(tasks->size()) : 0;
+}
+
+void ArchiveCategory::setName(const QString& value)
+{
+    setPrimitiveValue(Attr::name, Value::string(value.isEmpty() ? QStringLiteral("New category") : value));
+}
+
+void ArchiveCategory::setParentCategory(ArchiveCategory* parent)
+{
+    for (const ArchiveCategory* c = parent; c; c = c->parentCategory())
+        if (c == this)
+            return;
+    setToOne(Rel::parentCategory, parent);
+}
+
+void ArchiveCategory::removeSubcategoriesObject(ArchiveCategory* category)
+{
+    if (category->parentCategory() == this)
+        category->setToOne(Rel::parentCategory, nullptr);
+}
+
+void ArchiveCategory::addTasksObject(Task* task)
+{
+    task->setToOne(Task::Rel::parentArchiveCategory, this);
+    resetCounterForPendingTasks();
+    resetCounterForNextActionTasks();
+}
+
+void ArchiveCategory::removeTasksObject(Task* task)
+{
+    if (task->parentArchiveCategory() != this)
+        return;
+    task->setToOne(Task::Rel::parentArchiveCategory, nullptr);
+    resetCounterForPendingTasks();
+    resetCounterForNextActionTasks();
+}
+
+void ArchiveCategory::storeValueForKey(int attribute, const Value& value)
+{
+    if (attribute == Attr::name)
+        setName(value.toString());
+    else
+        Record::storeValueForKey(attribute, value);
+}
+
+void ArchiveCategory::storeRecordForKey(int relationship, Record* target)
+{
+    if (relationship == Rel::parentCategory)
+        setParentCategory(static_cast<ArchiveCategory*>(target));
+    else
+        Record::storeRecordForKey(relationship, target);
+}
+
 void ArchiveCategory::describe(EntityDescription& entity)
 {
     VYRO_ARCHIVECATEGORY_ATTRIBUTES(VYRO_ATTRIBUTE_DESCRIPTION)

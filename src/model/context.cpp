@@ -1,5 +1,186 @@
 #include "model/context.h"
 
+#include "model/dateanchors.h"
+#include "model/modelenvironment.h"
+#include "model/task.h"
+#include "store/objectcontext.h"
+#include "store/predicate.h"
+
+namespace {
+
+const Predicate& query(TaskCounter kind)
+{
+    static const Predicate queries[] = {
+        Predicate::templateFromFormat(QStringLiteral("(parentContext==%@) and (maybe==NO or maybe==NULL) and ((parentProject==NULL) or (parentProject.active <> 0)) and (cleanedUp <> 1) and (archived == 0)")),
+        Predicate::templateFromFormat(QStringLiteral("(parentContext==%@) and (cleanedUp<>1) and (maybe==NO or maybe==NULL) and (nextAction == 1)")),
+        Predicate::templateFromFormat(QStringLiteral("(parentContext==%@) and (cleanedUp<>1) and (maybe==NO or maybe==NULL) and (dueDate <= %@)")),
+        Predicate::templateFromFormat(QStringLiteral("(parentContext==%@) and (cleanedUp<>1) and (maybe==NO or maybe==NULL) and ((dueDate >= %@) and (dueDate <= %@))")),
+    };
+    return queries[int(kind)];
+}
+
+const Predicate& uncompletedQuery()
+{
+    static const Predicate p = Predicate::templateFromFormat(QStringLiteral("(parentContext==%@) and (cleanedUp <> 1) and (archived == 0)"));
+    return p;
+}
+
+} // namespace
+
+TaskQueryResult Context::taskQuery(TaskCounter kind) const
+{
+    switch (kind) {
+    case TaskCounter::DueToday: return fetchTasks(*this, query(kind), {DateAnchors::todayEnd()});
+    case TaskCounter::DueTomorrow: return fetchTasks(*this, query(kind), {DateAnchors::tomorrowStart(), DateAnchors::tomorrowEnd()});
+    default: return fetchTasks(*this, query(kind));
+    }
+}
+
+qint64 Context::pendingTasksCount() const
+{
+    const auto tasks = pendingTasks();
+    return tasks ? qint64(tasks->size()) : 0;
+}
+
+TaskQueryResult Context::uncompletedTasks() const
+{
+    return fetchTasks(*this, uncompletedQuery());
+}
+
+qint64 Context::uncompletedTasksCount() const
+{
+    const auto tasks = uncompletedTasks();
+    return tasks ? qint64(tasks->size()) : 0;
+}
+
+TaskQueryResult Context::completedTasks() const
+{
+    static const Predicate p = Predicate::templateFromFormat(QStringLiteral("(parentContext==%@) and (cleanedUp == 1)"));
+    return fetchTasks(*this, p);
+}
+
+qint64 Context::nextActionTasksCount() const
+{
+    const auto tasks = nextActionTasks();
+    return tasks ? qint64(tasks->size()) : 0;
+}
+
+void Context::setName(const QString& value)
+{
+    setPrimitiveValue(Attr::name, Value::string(value.isEmpty() ? QStringLiteral("New context") : value));
+    computePathNamesForContextAndSubcontexts();
+}
+
+void Context::setParentContext(Context* parent)
+{
+    // A context under itself would make the tree a loop; such a move is refused.
+    for (const Context* c = parent; c; c = c->parentContext())
+        if (c == this)
+            return;
+    setToOne(Rel::parentContext, parent);
+    computePathNamesForContextAndSubcontexts();
+}
+
+void Context::computePathNamesForContextAndSubcontexts()
+{
+    QString path = name();
+    for (const Context* c = parentContext(); c; c = c->parentContext())
+        path = QStringLiteral("%1 > %2").arg(c->name(), path);
+    setPathName(path);
+    for (Record* child : subcontexts())
+        static_cast<Context*>(child)->computePathNamesForContextAndSubcontexts();
+}
+
+QString Context::displayPathNameForList() const
+{
+    return QString(depth(), QLatin1Char(' ')) + name();
+}
+
+std::optional<qint64> Context::displaySpecialIndex() const
+{
+    if (parentContext())
+        return std::nullopt;
+    if (isInbox()) {
+        int limit = ModelEnvironment::instance().integerPreference(u"displayRedIconForInboxWithMoreTasksThan");
+        return pendingTasksCount() > limit ? -2 : -1;
+    }
+    return specialIndex();
+}
+
+Colour Context::colourForContext() const
+{
+    if (hasDueTodayTasksIncludingSubcontexts())
+        return Colour::dueToday();
+    if (hasDueTomorrowTasksIncludingSubcontexts())
+        return Colour::dueTomorrow();
+    return Colour::black();
+}
+
+void Context::calculateTaskPositions()
+{
+    FetchRequest request(QStringLiteral("task"), uncompletedQuery().withArguments({const_cast<Context*>(this)}));
+    request.sortDescriptors = {SortDescriptor(QStringLiteral("positionInContext"))};
+    auto tasks = managedObjectContext()->executeFetchRequest(request);
+    if (!tasks)
+        return;
+    qint64 position = 1;
+    for (Record* t : *tasks)
+        static_cast<Task*>(t)->setPositionInContext(position++);
+}
+
+void Context::resetCountersFor(const Task* task)
+{
+    resetCounterForPendingTasks();
+    resetCounterForNextActionTasks();
+    if (task->dueDate().isValid()) {
+        resetCounterForDueTodayTasks();
+        resetCounterForDueTomorrowTasks();
+    }
+}
+
+void Context::addTasksObject(Task* task)
+{
+    task->setToOne(Task::Rel::parentContext, this);
+    // Counted after the task joined: the task itself counts when it is open.
+    task->setPositionInContext(uncompletedTasksCount());
+    resetCountersFor(task);
+    if (isInbox())
+        ModelEnvironment::instance().postInboxCountHasChanged(this);
+}
+
+void Context::removeTasksObject(Task* task)
+{
+    if (task->parentContext() != this)
+        return;
+    task->setToOne(Task::Rel::parentContext, nullptr);
+    calculateTaskPositions();
+    resetCountersFor(task);
+    if (isInbox())
+        ModelEnvironment::instance().postInboxCountHasChanged(this);
+}
+
+void Context::removeSubcontextsObject(Context* context)
+{
+    if (context->parentContext() == this)
+        context->setToOne(Rel::parentContext, nullptr);
+}
+
+void Context::storeValueForKey(int attribute, const Value& value)
+{
+    if (attribute == Attr::name)
+        setName(value.toString());
+    else
+        Record::storeValueForKey(attribute, value);
+}
+
+void Context::storeRecordForKey(int relationship, Record* target)
+{
+    if (relationship == Rel::parentContext)
+        setParentContext(static_cast<Context*>(target));
+    else
+        Record::storeRecordForKey(relationship, target);
+}
+
 void Context::describe(EntityDescription& entity)
 {
     VYRO_CONTEXT_ATTRIBUTES(VYRO_ATTRIBUTE_DESCRIPTION)

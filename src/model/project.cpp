@@ -1,6 +1,65 @@
 #include "model/project.h"
 
 #include "model/context.h"
+#include "model/dateanchors.h"
+#include "model/task.h"
+#include "store/objectcontext.h"
+#include "store/predicate.h"
+
+namespace {
+
+const Predicate& query(TaskCounter kind)
+{
+    static const Predicate queries[] = {
+        Predicate::templateFromFormat(QStringLiteral("(parentProject==%@) and (cleanedUp <> 1) and (archived == 0) and (maybe==NO or maybe==NULL)")),
+        Predicate::templateFromFormat(QStringLiteral("(parentProject==%@) and (nextAction == 1) and (maybe==NO or maybe==NULL)")),
+        Predicate::templateFromFormat(QStringLiteral("(parentProject==%@) and (cleanedUp<>1) and (maybe==NO or maybe==NULL) and (dueDate <= %@)")),
+        Predicate::templateFromFormat(QStringLiteral("(parentProject==%@) and (cleanedUp<>1) and (maybe==NO or maybe==NULL) and ((dueDate >= %@) and (dueDate <= %@))")),
+    };
+    return queries[int(kind)];
+}
+
+const Predicate& uncompletedQuery()
+{
+    static const Predicate p = Predicate::templateFromFormat(QStringLiteral("(parentProject==%@) and (cleanedUp <> 1) and (archived == 0)"));
+    return p;
+}
+
+qint64 sizeOf(const TaskQueryResult& r)
+{
+    return r ? qint64(r->size()) : 0;
+}
+
+} // namespace
+
+TaskQueryResult Project::taskQuery(TaskCounter kind) const
+{
+    switch (kind) {
+    case TaskCounter::DueToday: return fetchTasks(*this, query(kind), {DateAnchors::todayEnd()});
+    case TaskCounter::DueTomorrow: return fetchTasks(*this, query(kind), {DateAnchors::tomorrowStart(), DateAnchors::tomorrowEnd()});
+    default: return fetchTasks(*this, query(kind));
+    }
+}
+
+TaskQueryResult Project::uncompletedTasks() const
+{
+    return fetchTasks(*this, uncompletedQuery());
+}
+
+qint64 Project::uncompletedTasksCount() const
+{
+    return sizeOf(uncompletedTasks());
+}
+
+qint64 Project::pendingTasksCount() const
+{
+    return sizeOf(pendingTasks());
+}
+
+qint64 Project::nextActionTasksCount() const
+{
+    return sizeOf(nextActionTasks());
+}
 
 Context* Project::defaultContext() const
 {
@@ -10,6 +69,151 @@ Context* Project::defaultContext() const
 void Project::setDefaultContext(Context* context)
 {
     setToOne(Rel::defaultContext, context);
+}
+
+void Project::setName(const QString& value)
+{
+    setPrimitiveValue(Attr::name, Value::string(value.isEmpty() ? QStringLiteral("New project") : value));
+    computePathNamesForProjectAndSubprojects();
+}
+
+void Project::setParentProject(Project* parent)
+{
+    // A project under itself would make the tree a loop; such a move is refused.
+    for (const Project* p = parent; p; p = p->parentProject())
+        if (p == this)
+            return;
+    setToOne(Rel::parentProject, parent);
+    computePathNamesForProjectAndSubprojects();
+    // Moving under an inactive project makes the whole moved subtree inactive; moving to the root keeps
+    // the project's own flag.
+    if (parent)
+        setActive(parent->active());
+}
+
+void Project::setActive(bool value)
+{
+    setPrimitiveValue(Attr::active, Value::boolean(value));
+    computeActiveStateForSubprojects();
+}
+
+void Project::setCompleted(bool value)
+{
+    setPrimitiveValue(Attr::completed, Value::boolean(value));
+    computeCompletedStateForSubprojects();
+}
+
+void Project::computeActiveStateForSubprojects()
+{
+    for (Record* child : subprojects())
+        static_cast<Project*>(child)->setActive(active());
+}
+
+void Project::computeCompletedStateForSubprojects()
+{
+    for (Record* child : subprojects())
+        static_cast<Project*>(child)->setCompleted(completed());
+}
+
+void Project::computePathNamesForProjectAndSubprojects()
+{
+    QString path = name();
+    for (const Project* p = parentProject(); p; p = p->parentProject())
+        path = QStringLiteral("%1 > %2").arg(p->name(), path);
+    setPathName(path);
+    for (Record* child : subprojects())
+        static_cast<Project*>(child)->computePathNamesForProjectAndSubprojects();
+}
+
+QString Project::displayPathNameForList() const
+{
+    return QString(depth(), QLatin1Char(' ')) + name();
+}
+
+std::optional<QStringList> Project::displayDefaultTags() const
+{
+    const Value& v = primitiveValue(Attr::defaultTags);
+    if (v.isNull())
+        return std::nullopt;
+    return v.toString().split(QLatin1Char(','));
+}
+
+void Project::setDisplayDefaultTags(const QStringList& tags)
+{
+    setDefaultTags(tags.join(QLatin1Char(',')));
+}
+
+Colour Project::colourForProject() const
+{
+    if (!active())
+        return Colour::grey();
+    if (hasDueTodayTasksIncludingSubprojects())
+        return Colour::dueToday();
+    if (hasDueTomorrowTasksIncludingSubprojects())
+        return Colour::dueTomorrow();
+    return Colour::black();
+}
+
+void Project::calculateTaskPositions()
+{
+    FetchRequest request(QStringLiteral("task"), uncompletedQuery().withArguments({const_cast<Project*>(this)}));
+    request.sortDescriptors = {SortDescriptor(QStringLiteral("positionInProject"))};
+    auto tasks = managedObjectContext()->executeFetchRequest(request);
+    if (!tasks)
+        return;
+    qint64 position = 1;
+    for (Record* t : *tasks)
+        static_cast<Task*>(t)->setPositionInProject(position++);
+}
+
+void Project::resetCountersFor(const Task* task)
+{
+    resetCounterForPendingTasks();
+    resetCounterForNextActionTasks();
+    if (task->dueDate().isValid()) {
+        resetCounterForDueTodayTasks();
+        resetCounterForDueTomorrowTasks();
+    }
+}
+
+void Project::addTasksObject(Task* task)
+{
+    task->setToOne(Task::Rel::parentProject, this);
+    task->setPositionInProject(uncompletedTasksCount());
+    resetCountersFor(task);
+}
+
+void Project::removeTasksObject(Task* task)
+{
+    if (task->parentProject() != this)
+        return;
+    task->setToOne(Task::Rel::parentProject, nullptr);
+    calculateTaskPositions();
+    resetCountersFor(task);
+}
+
+void Project::removeSubprojectsObject(Project* project)
+{
+    if (project->parentProject() == this)
+        project->setParentProject(nullptr);
+}
+
+void Project::storeValueForKey(int attribute, const Value& value)
+{
+    switch (attribute) {
+    case Attr::name: setName(value.toString()); break;
+    case Attr::active: setActive(value.toBool()); break;
+    case Attr::completed: setCompleted(value.toBool()); break;
+    default: Record::storeValueForKey(attribute, value);
+    }
+}
+
+void Project::storeRecordForKey(int relationship, Record* target)
+{
+    if (relationship == Rel::parentProject)
+        setParentProject(static_cast<Project*>(target));
+    else
+        Record::storeRecordForKey(relationship, target);
 }
 
 void Project::describe(EntityDescription& entity)

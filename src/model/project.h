@@ -1,22 +1,29 @@
 #pragma once
 
 #include "model/accessors.h"
+#include "model/colour.h"
+#include "model/taskfolder.h"
 
+#include <optional>
 #include <vector>
 
 class Context;
+class Task;
 
 #define VYRO_PROJECT_ATTRIBUTES(X)                                                                             \
-    X(name, Name, String)                                                                                      \
-    X(pathName, PathName, String)                                                                              \
-    X(content, Content, String)                                                                                \
-    X(active, Active, Bool)                                                                                    \
-    X(completed, Completed, Bool)                                                                              \
-    X(hasSingleTasks, HasSingleTasks, Bool)                                                                    \
-    X(defaultTags, DefaultTags, String)
+    X(name, Name, String, custom)                                                                              \
+    X(pathName, PathName, String, plain)                                                                       \
+    X(content, Content, String, plain)                                                                         \
+    X(active, Active, Bool, custom)                                                                            \
+    X(completed, Completed, Bool, custom)                                                                      \
+    X(hasSingleTasks, HasSingleTasks, Bool, plain)                                                             \
+    X(defaultTags, DefaultTags, String, plain)
 
-// The "project" entity: an outcome that takes several tasks. Projects form a tree.
-class Project : public Record {
+// The "project" entity: an outcome that takes several tasks. Projects form a tree; `active` and
+// `completed` run down the subtree. Its queries differ from a context's on purpose: pending ignores the
+// project's own `active` flag (hasPendingTasks tests it), and next action tests neither `cleanedUp`
+// nor `archived`.
+class Project : public Record, public TaskFolder<Project> {
 public:
     using Record::Record;
 
@@ -32,9 +39,74 @@ public:
     Context* defaultContext() const;
     void setDefaultContext(Context* context);
     Project* parentProject() const { return static_cast<Project*>(toOne(Rel::parentProject)); }
-    void setParentProject(Project* parent) { setToOne(Rel::parentProject, parent); }
+    void setParentProject(Project* parent);
     const std::vector<Record*>& subprojects() const { return toMany(Rel::subprojects); }
     const std::vector<Record*>& tasks() const { return toMany(Rel::tasks); }
 
+    QString displayName() const { return name(); }
+    void setDisplayName(const QString&) {}
+    QString displayPathNameForList() const;
+    void computePathNamesForProjectAndSubprojects();
+    void computeActiveStateForSubprojects();
+    void computeCompletedStateForSubprojects();
+    std::optional<QStringList> displayDefaultTags() const;
+    void setDisplayDefaultTags(const QStringList& tags);
+    Colour colourForProject() const;
+    QString subprojectsCountLabel() const { return childCountLabel(); }
+
+    void calculateTaskPositions();
+    void addTasksObject(Task* task);
+    void removeTasksObject(Task* task);
+    void addSubprojectsObject(Project* project) { project->setParentProject(this); }
+    void removeSubprojectsObject(Project* project);
+
+    TaskQueryResult uncompletedTasks() const;
+    bool hasUncompletedTasks() const { return uncompletedTasksCount() > 0; }
+    qint64 uncompletedTasksCount() const;
+    TaskQueryResult pendingTasks() const { return taskQuery(TaskCounter::Pending); }
+    TaskQueryResult pendingTasksIncludingSubprojects() const { return taskQueryIncludingSubtree(TaskCounter::Pending); }
+    bool hasPendingTasks() const { return pendingTasksCount() > 0 && active(); }
+    qint64 pendingTasksCount() const;
+    std::pair<qint64, qint64> pendingTasksCountArray() const { return {savedPendingTasksCount(), savedPendingTasksCountIncludingSubprojects()}; }
+    TaskQueryResult nextActionTasks() const { return taskQuery(TaskCounter::NextAction); }
+    TaskQueryResult nextActionTasksIncludingSubprojects() const { return taskQueryIncludingSubtree(TaskCounter::NextAction); }
+    bool hasNextActionTasks() const { return savedNextActionTasksCount() > 0; }
+    bool hasNextActionTasksIncludingSubprojects() const { return savedNextActionTasksCountIncludingSubprojects() > 0; }
+    qint64 nextActionTasksCount() const;
+    std::pair<qint64, qint64> nextActionTasksCountArray() const { return {savedNextActionTasksCount(), savedNextActionTasksCountIncludingSubprojects()}; }
+    TaskQueryResult dueTodayTasks() const { return taskQuery(TaskCounter::DueToday); }
+    TaskQueryResult dueTodayTasksIncludingSubprojects() const { return taskQueryIncludingSubtree(TaskCounter::DueToday); }
+    bool hasDueTodayTasks() const { return savedDueTodayTasksCount() > 0; }
+    bool hasDueTodayTasksIncludingSubprojects() const { return savedDueTodayTasksCountIncludingSubprojects() > 0; }
+    TaskQueryResult dueTomorrowTasks() const { return taskQuery(TaskCounter::DueTomorrow); }
+    TaskQueryResult dueTomorrowTasksIncludingSubprojects() const { return taskQueryIncludingSubtree(TaskCounter::DueTomorrow); }
+    bool hasDueTomorrowTasks() const { return savedDueTomorrowTasksCount() > 0; }
+    bool hasDueTomorrowTasksIncludingSubprojects() const { return savedDueTomorrowTasksCountIncludingSubprojects() > 0; }
+
+    qint64 savedPendingTasksCount() const { return savedCount(TaskCounter::Pending, false); }
+    qint64 savedPendingTasksCountIncludingSubprojects() const { return savedCount(TaskCounter::Pending, true); }
+    qint64 savedNextActionTasksCount() const { return savedCount(TaskCounter::NextAction, false); }
+    qint64 savedNextActionTasksCountIncludingSubprojects() const { return savedCount(TaskCounter::NextAction, true); }
+    qint64 savedDueTodayTasksCount() const { return savedCount(TaskCounter::DueToday, false); }
+    qint64 savedDueTodayTasksCountIncludingSubprojects() const { return savedCount(TaskCounter::DueToday, true); }
+    qint64 savedDueTomorrowTasksCount() const { return savedCount(TaskCounter::DueTomorrow, false); }
+    qint64 savedDueTomorrowTasksCountIncludingSubprojects() const { return savedCount(TaskCounter::DueTomorrow, true); }
+
+    void resetCounterForPendingTasks() { resetCounter(TaskCounter::Pending); }
+    void resetCounterForNextActionTasks() { resetCounter(TaskCounter::NextAction); }
+    void resetCounterForDueTodayTasks() { resetCounter(TaskCounter::DueToday); }
+    void resetCounterForDueTomorrowTasks() { resetCounter(TaskCounter::DueTomorrow); }
+
+    TaskQueryResult taskQuery(TaskCounter kind) const;
+    const std::vector<Record*>& childFolders() const { return subprojects(); }
+    Project* parentFolder() const { return parentProject(); }
+
     static void describe(EntityDescription& entity);
+
+protected:
+    void storeValueForKey(int attribute, const Value& value) override;
+    void storeRecordForKey(int relationship, Record* target) override;
+
+private:
+    void resetCountersFor(const Task* task);
 };

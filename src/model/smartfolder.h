@@ -1,19 +1,25 @@
 #pragma once
 
 #include "model/accessors.h"
+#include "store/predicate.h"
+
+#include <QStringList>
+
+#include <optional>
 
 #define VYRO_SMARTFOLDER_ATTRIBUTES(X)                                                                         \
-    X(name, Name, String)                                                                                      \
-    X(isAllPending, IsAllPending, Bool)                                                                        \
-    X(isNextAction, IsNextAction, Bool)                                                                        \
-    X(tags, Tags, String)                                                                                      \
-    X(tagsQueryMode, TagsQueryMode, Integer)                                                                   \
-    X(dueDateDaysNumber, DueDateDaysNumber, Integer)                                                           \
-    X(includeOverdueTasks, IncludeOverdueTasks, Bool)                                                          \
-    X(predicateQuery, PredicateQuery, String)                                                                  \
-    X(predicateText, PredicateText, String)
+    X(name, Name, String, custom)                                                                              \
+    X(isAllPending, IsAllPending, Bool, plain)                                                                 \
+    X(isNextAction, IsNextAction, Bool, plain)                                                                 \
+    X(tags, Tags, String, plain)                                                                               \
+    X(tagsQueryMode, TagsQueryMode, Integer, plain)                                                            \
+    X(dueDateDaysNumber, DueDateDaysNumber, Integer, plain)                                                    \
+    X(includeOverdueTasks, IncludeOverdueTasks, Bool, plain)                                                   \
+    X(predicateQuery, PredicateQuery, String, plain)                                                           \
+    X(predicateText, PredicateText, String, plain)
 
-// The "smartFolder" entity: a saved query over all tasks.
+// The "smartFolder" entity: a saved query over all tasks, by tags and a due-date window. "All tasks"
+// (isAllPending) shows every open task.
 class SmartFolder : public Record {
 public:
     using Record::Record;
@@ -24,5 +30,15 @@ public:
 
     VYRO_SMARTFOLDER_ATTRIBUTES(VYRO_ATTRIBUTE_ACCESSORS)
 
+    std::optional<QStringList> displayTags() const;
+    void setDisplayTags(const QStringList& tags);
+
+    // The task filter of the folder. A folder with criteria does not itself leave out completed,
+    // archived or inactive-project tasks: the list that shows it adds its own modes.
+    Predicate predicateForFolder() const;
+
     static void describe(EntityDescription& entity);
+
+protected:
+    void storeValueForKey(int attribute, const Value& value) override;
 };

@@ -1,39 +1,46 @@
 #pragma once
 
 #include "model/accessors.h"
+#include "model/colour.h"
+
+#include <QStringList>
+
+#include <optional>
 
 class ArchiveCategory;
 class Context;
 class Project;
 
+// X(getter, Setter, type, plain|custom): custom setters carry side effects (see task.cpp).
 #define VYRO_TASK_ATTRIBUTES(X)                                                                                \
-    X(name, Name, String)                                                                                      \
-    X(content, Content, String)                                                                                \
-    X(done, Done, Bool)                                                                                        \
-    X(cleanedUp, CleanedUp, Bool)                                                                              \
-    X(archived, Archived, Bool)                                                                                \
-    X(nextAction, NextAction, Bool)                                                                            \
-    X(maybe, Maybe, Bool)                                                                                      \
-    X(waitingFor, WaitingFor, Bool)                                                                            \
-    X(delegated, Delegated, Bool)                                                                              \
-    X(priority, Priority, Integer)                                                                             \
-    X(effort, Effort, Integer)                                                                                 \
-    X(tags, Tags, String)                                                                                      \
-    X(contact, Contact, String)                                                                                \
-    X(url, Url, String)                                                                                        \
-    X(startDate, StartDate, Date)                                                                              \
-    X(dueDate, DueDate, Date)                                                                                  \
-    X(completionDate, CompletionDate, Date)                                                                    \
-    X(recurMode, RecurMode, Integer)                                                                           \
-    X(recurNumber, RecurNumber, Integer)                                                                       \
-    X(recurType, RecurType, Integer)                                                                           \
-    X(newInContext, NewInContext, Bool)                                                                        \
-    X(newInProject, NewInProject, Bool)                                                                        \
-    X(positionInContext, PositionInContext, Integer)                                                           \
-    X(positionInProject, PositionInProject, Integer)                                                           \
-    X(syncID, SyncID, String)
+    X(name, Name, String, custom)                                                                              \
+    X(content, Content, String, plain)                                                                         \
+    X(done, Done, Bool, custom)                                                                                \
+    X(cleanedUp, CleanedUp, Bool, custom)                                                                      \
+    X(archived, Archived, Bool, custom)                                                                        \
+    X(nextAction, NextAction, Bool, custom)                                                                    \
+    X(maybe, Maybe, Bool, plain)                                                                               \
+    X(waitingFor, WaitingFor, Bool, plain)                                                                     \
+    X(delegated, Delegated, Bool, plain)                                                                       \
+    X(priority, Priority, Integer, plain)                                                                      \
+    X(effort, Effort, Integer, plain)                                                                          \
+    X(tags, Tags, String, plain)                                                                               \
+    X(contact, Contact, String, plain)                                                                         \
+    X(url, Url, String, plain)                                                                                 \
+    X(startDate, StartDate, Date, custom)                                                                      \
+    X(dueDate, DueDate, Date, custom)                                                                          \
+    X(completionDate, CompletionDate, Date, plain)                                                             \
+    X(recurMode, RecurMode, Integer, plain)                                                                    \
+    X(recurNumber, RecurNumber, Integer, custom)                                                               \
+    X(recurType, RecurType, Integer, plain)                                                                    \
+    X(newInContext, NewInContext, Bool, plain)                                                                 \
+    X(newInProject, NewInProject, Bool, plain)                                                                 \
+    X(positionInContext, PositionInContext, Integer, plain)                                                    \
+    X(positionInProject, PositionInProject, Integer, plain)                                                    \
+    X(syncID, SyncID, String, plain)
 
-// The "task" entity: the unit of work.
+// The "task" entity: the unit of work. Its setters keep the counters and positions of its context and
+// project right; the model validates nothing else.
 class Task : public Record {
 public:
     using Record::Record;
@@ -46,6 +53,8 @@ public:
     };
 
     VYRO_TASK_ATTRIBUTES(VYRO_ATTRIBUTE_ACCESSORS)
+    // An absent interval count; still gives a task without a start date the start date "Today".
+    void clearRecurNumber();
 
     Context* parentContext() const;
     void setParentContext(Context* context);
@@ -54,5 +63,33 @@ public:
     ArchiveCategory* parentArchiveCategory() const;
     void setParentArchiveCategory(ArchiveCategory* category);
 
+    // 0 pending, 1 future, 2 waiting for, 3 delegated, 4 maybe, 5 first task of its project.
+    int status() const;
+    bool future() const;
+    bool isRecuringTask() const;
+    QString recurrenceString() const;
+    Colour colorForRecurrenceString() const;
+    Colour colourForTask() const;
+
+    std::optional<QStringList> displayTags() const;
+    void setDisplayTags(const QStringList& tags);
+    std::optional<QStringList> displayContact() const;
+    void setDisplayContact(const QStringList& contacts);
+    QStringList urlsFromUrl() const;
+    static QString urlFromUrls(const QStringList& urls);
+    // The links that read as URLs, in absolute form; nullopt when none does.
+    std::optional<QStringList> displayURL() const;
+    void setDisplayURL(const QStringList& urls);
+    QString defaultSyncID() const { return uri(); }
+
     static void describe(EntityDescription& entity);
+
+protected:
+    void storeValueForKey(int attribute, const Value& value) override;
+    void storeRecordForKey(int relationship, Record* target) override;
+
+private:
+    void resetParentCounters();
+    void postInboxNotificationIfInInbox();
+    void applyRecurNumber(const Value& value);
 };

@@ -14,8 +14,29 @@ KeyValue operandValue(const PredicateOperand& operand, const Record& record)
     case PredicateOperand::Kind::KeyPath: return operand.path.evaluate(record);
     case PredicateOperand::Kind::Constant: return {operand.constant, nullptr, false};
     case PredicateOperand::Kind::RecordConstant: return {Value(), operand.record, true};
+    case PredicateOperand::Kind::Placeholder: return {};
     }
     return {};
+}
+
+std::shared_ptr<const Node> fillPlaceholders(const std::shared_ptr<const Node>& node, const QList<PredicateArgument>& arguments)
+{
+    auto copy = std::make_shared<Node>(*node);
+    for (auto& child : copy->children)
+        child = fillPlaceholders(child, arguments);
+    for (PredicateOperand* operand : {&copy->lhs, &copy->rhs}) {
+        if (operand->kind != PredicateOperand::Kind::Placeholder || operand->placeholder >= arguments.size())
+            continue;
+        const PredicateArgument& arg = arguments[operand->placeholder];
+        if (arg.isRecord) {
+            operand->kind = PredicateOperand::Kind::RecordConstant;
+            operand->record = arg.record;
+        } else {
+            operand->kind = PredicateOperand::Kind::Constant;
+            operand->constant = arg.value;
+        }
+    }
+    return copy;
 }
 
 bool equalValues(const KeyValue& a, const KeyValue& b, bool caseInsensitive)
@@ -146,6 +167,7 @@ QString operandText(const PredicateOperand& operand)
     switch (operand.kind) {
     case PredicateOperand::Kind::KeyPath: return operand.path.text();
     case PredicateOperand::Kind::RecordConstant: return operand.record ? operand.record->uri() : QStringLiteral("NULL");
+    case PredicateOperand::Kind::Placeholder: return QStringLiteral("%@");
     case PredicateOperand::Kind::Constant:
         switch (operand.constant.kind()) {
         case Value::Kind::Null: return QStringLiteral("NULL");
@@ -206,6 +228,30 @@ Predicate Predicate::fromFormat(const QString& format, const QList<PredicateArgu
     auto node = std::make_shared<Node>();
     node->kind = Node::Kind::False;
     return Predicate(node);
+}
+
+Result<Predicate> Predicate::parseTemplate(const QString& format)
+{
+    auto root = parsePredicate(format, {}, true);
+    if (!root)
+        return root.status();
+    return Predicate(*root);
+}
+
+Predicate Predicate::templateFromFormat(const QString& format)
+{
+    auto parsed = parseTemplate(format);
+    if (parsed)
+        return *parsed;
+    logLine(QStringLiteral("Bad predicate: ") + parsed.status().message());
+    auto node = std::make_shared<Node>();
+    node->kind = Node::Kind::False;
+    return Predicate(node);
+}
+
+Predicate Predicate::withArguments(const QList<PredicateArgument>& arguments) const
+{
+    return Predicate(fillPlaceholders(m_root, arguments));
 }
 
 static Predicate joinPredicates(Predicate::Node::Kind kind, const QList<Predicate>& predicates);

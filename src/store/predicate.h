@@ -49,6 +49,12 @@ public:
     // For predicates the program writes itself: a parse error is a programming error, logged, and the
     // result matches nothing.
     static Predicate fromFormat(const QString& format, const QList<PredicateArgument>& arguments = {});
+    // Parses once for use with many argument lists: the "%@" placeholders stay open until
+    // withArguments fills them (an open placeholder reads as NULL). For predicates evaluated often.
+    static Result<Predicate> parseTemplate(const QString& format);
+    static Predicate templateFromFormat(const QString& format);
+    Predicate withArguments(const QList<PredicateArgument>& arguments) const;
+
     static Predicate andPredicateWithSubpredicates(const QList<Predicate>& predicates);
     static Predicate orPredicateWithSubpredicates(const QList<Predicate>& predicates);
 

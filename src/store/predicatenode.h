@@ -9,8 +9,9 @@
 #include <vector>
 
 struct PredicateOperand {
-    enum class Kind { KeyPath, Constant, RecordConstant };
+    enum class Kind { KeyPath, Constant, RecordConstant, Placeholder };
     Kind kind = Kind::Constant;
+    int placeholder = -1; // Placeholder: the index of its argument
     KeyPath path;
     Value constant;
     Record* record = nullptr;
@@ -28,4 +29,6 @@ struct Predicate::Node {
     PredicateOperand rhs;
 };
 
-Result<std::shared_ptr<const Predicate::Node>> parsePredicate(const QString& format, const QList<PredicateArgument>& arguments);
+// With `keepPlaceholders`, "%@" stays open (Placeholder operands) and `arguments` is not used.
+Result<std::shared_ptr<const Predicate::Node>> parsePredicate(const QString& format, const QList<PredicateArgument>& arguments,
+                                                              bool keepPlaceholders = false);

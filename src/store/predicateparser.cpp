@@ -125,8 +125,8 @@ using NodePtr = std::shared_ptr<const Predicate::Node>;
 
 class Parser {
 public:
-    Parser(const QString& format, std::vector<Token> tokens, const QList<PredicateArgument>& args)
-        : m_format(format), m_tokens(std::move(tokens)), m_args(args)
+    Parser(const QString& format, std::vector<Token> tokens, const QList<PredicateArgument>& args, bool keepPlaceholders)
+        : m_format(format), m_tokens(std::move(tokens)), m_args(args), m_keepPlaceholders(keepPlaceholders)
     {
     }
 
@@ -137,7 +137,7 @@ public:
             return node;
         if (peek().type != Token::Type::End)
             return error(QStringLiteral("unexpected \"%1\"").arg(describe(peek())));
-        if (m_nextArg != m_args.size())
+        if (!m_keepPlaceholders && m_nextArg != m_args.size())
             return Status::invalidArgument(QStringLiteral("%1 arguments given for %2 placeholders in \"%3\"")
                                                .arg(m_args.size()).arg(m_nextArg).arg(m_format));
         return node;
@@ -279,6 +279,11 @@ private:
         switch (t.type) {
         case Token::Type::Argument: {
             next();
+            if (m_keepPlaceholders) {
+                out.kind = PredicateOperand::Kind::Placeholder;
+                out.placeholder = int(m_nextArg++);
+                return out;
+            }
             if (m_nextArg >= m_args.size())
                 return error(QStringLiteral("more %@ placeholders than arguments"));
             const PredicateArgument& arg = m_args[m_nextArg++];
@@ -339,15 +344,16 @@ private:
     std::vector<Token> m_tokens;
     size_t m_pos = 0;
     const QList<PredicateArgument>& m_args;
+    bool m_keepPlaceholders;
     qsizetype m_nextArg = 0;
 };
 
 } // namespace
 
-Result<NodePtr> parsePredicate(const QString& format, const QList<PredicateArgument>& arguments)
+Result<NodePtr> parsePredicate(const QString& format, const QList<PredicateArgument>& arguments, bool keepPlaceholders)
 {
     auto tokens = Lexer(format).tokenize();
     if (!tokens)
         return tokens.status();
-    return Parser(format, std::move(*tokens), arguments).parse();
+    return Parser(format, std::move(*tokens), arguments, keepPlaceholders).parse();
 }

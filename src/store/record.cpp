@@ -131,7 +131,7 @@ Status Record::setValueForKey(QStringView key, const Value& value)
         v = Value::integer(v.toInteger());
     else if (type == AttributeType::Double && v.kind() == Value::Kind::Integer)
         v = Value::real(v.toDouble());
-    setPrimitiveValue(a, std::move(v));
+    storeValueForKey(a, v);
     return Status::ok();
 }
 
@@ -145,6 +145,6 @@ Status Record::setRecordForKey(QStringView key, Record* target)
         return Status::invalidArgument(QStringLiteral("%1.%2 must be a %3").arg(m_entity->name(), key, rel.destinationEntity));
     if (target && target->managedObjectContext() != m_context)
         return Status::invalidArgument(QStringLiteral("%1.%2: the record belongs to another store").arg(m_entity->name(), key));
-    setToOne(r, target);
+    storeRecordForKey(r, target);
     return Status::ok();
 }

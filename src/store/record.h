@@ -44,11 +44,17 @@ public:
 
     // Key-value access by name: attributes and derived keys ("x" of a to-one relationship gives Null).
     Value valueForKey(QStringView key) const;
-    // Changes an attribute by name. Entity classes override this to route keys with side effects through
-    // their own setters. Unknown keys and values of the wrong kind are refused.
-    virtual Status setValueForKey(QStringView key, const Value& value);
-    // Changes a to-one relationship by name (nullptr clears it); overridden like setValueForKey.
-    virtual Status setRecordForKey(QStringView key, Record* target);
+    // Changes an attribute by name, through the entity's own setter where it has one (with its side
+    // effects). Unknown keys and values of the wrong kind are refused.
+    Status setValueForKey(QStringView key, const Value& value);
+    // Changes a to-one relationship by name (nullptr clears it), through the entity's own setter.
+    Status setRecordForKey(QStringView key, Record* target);
+
+protected:
+    // The entity classes route keys with side effects to their setters; the rest are stored as they are.
+    // `value` already suits the attribute's type.
+    virtual void storeValueForKey(int attribute, const Value& value) { setPrimitiveValue(attribute, value); }
+    virtual void storeRecordForKey(int relationship, Record* target) { setToOne(relationship, target); }
 
 private:
     friend class ObjectContext;

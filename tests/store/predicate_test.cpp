@@ -3,7 +3,8 @@
 #include "store/predicate.h"
 
 // A small world in which every example predicate of the program, and the NULL cases they rely on, can
-// be checked. Flags that a task never had are absent (NULL), not false.
+// be checked. Flags that a task never had are absent (NULL), not false. Task values are stored as they
+// are, so the model's setters (which renumber and clear flags) do not shape the fixture.
 class PredicateTest : public StoreFixture {
 protected:
     void SetUp() override
@@ -17,6 +18,7 @@ protected:
         garden->setPathName(QString()); // never computed: NULL
         office = newContext(QStringLiteral("Office"));
         office->setPathName(QStringLiteral(""));
+        inbox->setPathName(QString());
 
         sequence = newProject(QStringLiteral("Sequence"));
         sequence->setHasSingleTasks(false);
@@ -27,36 +29,36 @@ protected:
 
         // name, context, project, then attributes
         auto* a = newTask(QStringLiteral("alpha"), home);
-        a->setDone(true);
-        a->setCleanedUp(false);
-        a->setArchived(false);
-        a->setTags(QStringLiteral("homework,errands"));
-        a->setSyncID(QStringLiteral("sync-a"));
+        put(a, u"done", raw(true));
+        put(a, u"cleanedUp", raw(false));
+        put(a, u"archived", raw(false));
+        put(a, u"tags", raw(QStringLiteral("homework,errands")));
+        put(a, u"syncID", raw(QStringLiteral("sync-a")));
 
         auto* b = newTask(QStringLiteral("beta"), home, sequence);
-        b->setPositionInProject(1);
-        b->setMaybe(false);
-        b->setArchived(false);
-        b->setDueDate(at(2026, 11, 20));
-        b->setTags(QStringLiteral(""));
+        put(b, u"positionInProject", raw(1));
+        put(b, u"maybe", raw(false));
+        put(b, u"archived", raw(false));
+        put(b, u"dueDate", raw(at(2026, 11, 20)));
+        put(b, u"tags", raw(QStringLiteral("")));
 
         auto* c = newTask(QStringLiteral("Gamma"), garden, sequence);
-        c->setPositionInProject(2);
-        c->setMaybe(true);
-        c->setArchived(false);
-        c->setCleanedUp(true);
-        c->setDone(true);
-        c->setDueDate(at(2026, 11, 25));
+        put(c, u"positionInProject", raw(2));
+        put(c, u"maybe", raw(true));
+        put(c, u"archived", raw(false));
+        put(c, u"cleanedUp", raw(true));
+        put(c, u"done", raw(true));
+        put(c, u"dueDate", raw(at(2026, 11, 25)));
 
         auto* d = newTask(QStringLiteral("delta"), inbox, independent);
-        d->setPositionInProject(3);
-        d->setArchived(false);
-        d->setNextAction(true);
-        d->setTags(QStringLiteral("Work"));
+        put(d, u"positionInProject", raw(3));
+        put(d, u"archived", raw(false));
+        put(d, u"nextAction", raw(true));
+        put(d, u"tags", raw(QStringLiteral("Work")));
 
         auto* e = newTask(QStringLiteral("epsilon"), office, dormant);
-        e->setArchived(true);
-        e->setNextAction(false);
+        put(e, u"archived", raw(true));
+        put(e, u"nextAction", raw(false));
         // everything else absent
 
         tasks = {a, b, c, d, e};
@@ -64,6 +66,12 @@ protected:
 
 public:
     static QDateTime at(int y, int m, int d) { return QDateTime(QDate(y, m, d), QTime(12, 0)); }
+    // Stored values exactly as given, without the side effects of the model's setters.
+    static Value raw(bool b) { return Value::boolean(b); }
+    static Value raw(int i) { return Value::integer(i); }
+    static Value raw(const QString& s) { return Value::string(s); }
+    static Value raw(const QDateTime& d) { return Value::date(d); }
+    static void put(Record* r, const char16_t* key, Value v) { r->setPrimitiveValue(r->entity().attributeIndex(key), std::move(v)); }
 
     Context *inbox, *home, *garden, *office;
     Project *sequence, *independent, *dormant, *sub;
@@ -195,4 +203,16 @@ TEST_F(PredicateTest, TextFormRoundTrips)
     ASSERT_TRUE(again.isOk()) << again.status() << p.predicateFormat();
     EXPECT_EQ(again->predicateFormat(), p.predicateFormat());
     EXPECT_EQ(namesOf(filteredArray(tasks, *again)), namesOf(filteredArray(tasks, p)));
+}
+
+TEST_F(PredicateTest, TemplatesTakeNewArgumentsEachTime)
+{
+    const Predicate pending = Predicate::templateFromFormat(QStringLiteral("(parentContext==%@) and (dueDate < %@)"));
+    EXPECT_EQ(namesOf(filteredArray(tasks, pending.withArguments({home, at(2026, 12, 1)}))), QStringList({"beta"}));
+    EXPECT_EQ(namesOf(filteredArray(tasks, pending.withArguments({garden, at(2026, 12, 1)}))), QStringList({"Gamma"}));
+    EXPECT_EQ(namesOf(filteredArray(tasks, pending.withArguments({garden, at(2026, 11, 1)}))), QStringList());
+    // Filled templates pin a fetch like any other predicate.
+    EXPECT_EQ(pending.withArguments({home, at(2026, 12, 1)}).pinnedRelationship(*context->model().entity(u"task")).second, home);
+    // Open placeholders read as NULL.
+    EXPECT_EQ(namesOf(filteredArray(tasks, Predicate::templateFromFormat(QStringLiteral("parentProject == %@")))), QStringList({"alpha"}));
 }

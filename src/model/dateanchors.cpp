@@ -1,0 +1,97 @@
+#include "model/dateanchors.h"
+
+#include "model/modelenvironment.h"
+
+namespace {
+
+QDate localToday()
+{
+    return ModelEnvironment::instance().now().toLocalTime().date();
+}
+
+const QTime kEndOfDay(23, 59);
+
+} // namespace
+
+namespace DateAnchors {
+
+QDateTime today()
+{
+    return todayStart();
+}
+
+QDateTime todayStart()
+{
+    return localToday().startOfDay();
+}
+
+QDateTime todayEnd()
+{
+    return localDateTime(localToday(), kEndOfDay);
+}
+
+QDateTime tomorrowStart()
+{
+    return localToday().addDays(1).startOfDay();
+}
+
+QDateTime tomorrowEnd()
+{
+    return localDateTime(localToday().addDays(1), kEndOfDay);
+}
+
+QDateTime yesterdayStart()
+{
+    return localToday().addDays(-1).startOfDay();
+}
+
+std::optional<QDateTime> anchor(QStringView phrase)
+{
+    if (phrase == u"Today" || phrase == u"Today 00:00")
+        return todayStart();
+    if (phrase == u"Today 23:59")
+        return todayEnd();
+    if (phrase == u"Tomorrow 00:00" || phrase == u"Tomorrow 0:00")
+        return tomorrowStart();
+    if (phrase == u"Tomorrow 23:59")
+        return tomorrowEnd();
+    if (phrase == u"Yesterday 00:00")
+        return yesterdayStart();
+    return std::nullopt;
+}
+
+QDateTime localDateTime(QDate date, QTime time)
+{
+    const QDateTime direct(date, time);
+    // Depending on the Qt version a skipped wall time gives an invalid date or one Qt moved itself;
+    // either way the rule below decides, so the result does not change with the library.
+    if (direct.isValid() && direct.date() == date && direct.time() == time)
+        return direct;
+    const QDateTime wall(date, time, Qt::UTC);
+    const int offsetBefore = wall.addDays(-1).toLocalTime().offsetFromUtc();
+    return wall.addSecs(-offsetBefore).toLocalTime();
+}
+
+QDateTime addCalendarDays(const QDateTime& date, qint64 days)
+{
+    if (!date.isValid())
+        return {};
+    const QDateTime local = date.toLocalTime();
+    if (days == 0)
+        return local; // rebuilding it could pick the other occurrence of a doubled hour
+    const QDate target = local.date().addDays(days);
+    return target.isValid() ? localDateTime(target, local.time()) : QDateTime();
+}
+
+QDateTime addCalendarMonths(const QDateTime& date, int months)
+{
+    if (!date.isValid())
+        return {};
+    const QDateTime local = date.toLocalTime();
+    if (months == 0)
+        return local;
+    const QDate target = local.date().addMonths(months);
+    return target.isValid() ? localDateTime(target, local.time()) : QDateTime();
+}
+
+} // namespace DateAnchors

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "store/record.h"
+
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+// What contexts, projects and archive categories share: a tree of folders that hold tasks, with task
+// queries over one folder and over its subtree, and counters cached per folder.
+//
+// Counters: each kind keeps the folder's own count and its subtree's, each a number or "not computed".
+// A counter is computed on first read after a reset; a reset clears both counts of its kind here and in
+// every ancestor, so a cached subtree count is never older than any count below it. The subtree count
+// is therefore the own count plus the children's subtree counts, the same number as the length of the
+// concatenated subtree query, at the cost of one query per folder.
+
+enum class TaskCounter : int { Pending = 0, NextAction = 1, DueToday = 2, DueTomorrow = 3 };
+inline constexpr int kTaskCounterKinds = 4;
+
+// A task query's result: nullopt when the fetch failed (every count treats that as 0).
+using TaskQueryResult = std::optional<std::vector<Record*>>;
+
+template <typename Folder>
+class TaskFolder {
+public:
+    qint64 savedCount(TaskCounter kind, bool subtree) const
+    {
+        auto& slot = (subtree ? m_subtree : m_own)[int(kind)];
+        if (!slot) {
+            if (!subtree) {
+                const TaskQueryResult tasks = self().taskQuery(kind);
+                slot = tasks ? qint64(tasks->size()) : 0;
+            } else {
+                // Like the subtree query, which does not descend when the folder's own fetch fails.
+                qint64 n = savedCount(kind, false);
+                for (Record* child : self().childFolders())
+                    n += static_cast<Folder*>(child)->savedCount(kind, true);
+                slot = n;
+            }
+        }
+        return *slot;
+    }
+
+    // The folder's own query, then each child's subtree query in turn: concatenated, never de-duplicated.
+    TaskQueryResult taskQueryIncludingSubtree(TaskCounter kind) const
+    {
+        TaskQueryResult out = self().taskQuery(kind);
+        if (!out)
+            return out;
+        for (Record* child : self().childFolders())
+            if (TaskQueryResult more = static_cast<Folder*>(child)->taskQueryIncludingSubtree(kind))
+                out->insert(out->end(), more->begin(), more->end());
+        return out;
+    }
+
+    void resetCounter(TaskCounter kind)
+    {
+        for (const Folder* f = &self(); f; f = f->parentFolder()) {
+            const TaskFolder* base = f;
+            base->m_own[int(kind)].reset();
+            base->m_subtree[int(kind)].reset();
+        }
+    }
+
+    bool isCounterComputed(TaskCounter kind, bool subtree) const { return (subtree ? m_subtree : m_own)[int(kind)].has_value(); }
+
+    // "%d children", "1 child" or "".
+    QString childCountLabel() const
+    {
+        const auto n = self().childFolders().size();
+        if (n >= 2)
+            return QStringLiteral("%1 children").arg(n);
+        return n == 1 ? QStringLiteral("1 child") : QString();
+    }
+
+    int depth() const
+    {
+        int d = 0;
+        for (const Folder* f = self().parentFolder(); f; f = f->parentFolder())
+            ++d;
+        return d;
+    }
+
+private:
+    const Folder& self() const { return static_cast<const Folder&>(*this); }
+    mutable std::optional<qint64> m_own[kTaskCounterKinds];
+    mutable std::optional<qint64> m_subtree[kTaskCounterKinds];
+};
+
+// Runs a task query: the predicate template filled with the folder and any further arguments.
+TaskQueryResult fetchTasks(const Record& folder, const class Predicate& templatePredicate, const QList<struct PredicateArgument>& more = {});

@@ -1,0 +1,35 @@
+#include "model/tasksduplicator.h"
+
+#include "model/context.h"
+#include "model/project.h"
+#include "model/task.h"
+#include "store/objectcontext.h"
+
+Task* TasksDuplicator::duplicateTaskFrom(Task* s)
+{
+    auto* c = s->managedObjectContext()->insertNewObject<Task>(QStringLiteral("task"));
+    c->setName(s->name());
+    for (int attribute : {Task::Attr::content, Task::Attr::url, Task::Attr::tags})
+        if (!s->primitiveValue(attribute).isNull())
+            c->setPrimitiveValue(attribute, s->primitiveValue(attribute));
+    c->setPriority(s->priority());
+    c->setEffort(s->effort());
+    c->setStartDate(s->startDate());
+    c->setDueDate(s->dueDate());
+    c->setParentContext(s->parentContext());
+    c->setParentProject(s->parentProject());
+    c->setNextAction(s->nextAction());
+    c->setWaitingFor(s->waitingFor());
+    c->setDelegated(s->delegated());
+    c->setMaybe(s->maybe());
+    c->setArchived(s->archived());
+    c->setRecurMode(s->recurMode());
+    c->setRecurNumber(s->recurNumber());
+    c->setRecurType(s->recurType());
+    // Counted with the copy already in the store, without adding one.
+    if (Context* context = c->parentContext())
+        c->setPositionInContext(context->uncompletedTasksCount());
+    if (Project* project = c->parentProject())
+        c->setPositionInProject(project->uncompletedTasksCount());
+    return c;
+}
