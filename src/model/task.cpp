@@ -303,7 +303,7 @@ std::optional<QStringList> Task::displayURL() const
 {
     QStringList kept;
     for (const QString& text : urlsFromUrl()) {
-        const QUrl url(text, QUrl::StrictMode);
+        const QUrl url(text);
         if (url.isValid() && !url.isRelative())
             kept << url.toString(QUrl::FullyEncoded);
     }
