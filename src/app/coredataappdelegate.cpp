@@ -25,10 +25,9 @@ CoreData_AppDelegate::~CoreData_AppDelegate()
     ModelEnvironment::instance().setPreferenceReader({});
 }
 
-void CoreData_AppDelegate::prepareStoreForWork()
+int CoreData_AppDelegate::prepareStoreForWork()
 {
-    if (hasStore())
-        ::prepareStoreForWork(managedObjectContext());
+    return hasStore() ? ::prepareStoreForWork(managedObjectContext()) : 0;
 }
 
 QString CoreData_AppDelegate::applicationSupportFolder() const

@@ -38,7 +38,8 @@ public:
     bool hasStore() const;
     // The start-up data steps that need no window: the Inbox, "All tasks", no next-action folder, the
     // clean-up pass.
-    void prepareStoreForWork();
+    // Returns how many tasks were cleaned up.
+    int prepareStoreForWork();
 
     // Saves the context; the changes stay pending when that fails.
     Status saveAction();

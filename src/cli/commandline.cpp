@@ -21,6 +21,11 @@ struct Command {
 const Command kCommands[] = {
     {"dump", runDump, "dump                the whole store as JSON"},
     {"load", runLoad, "load FILE           add the records of a JSON file shaped like the dump"},
+    {"set", runSet, "set URI KEY=VALUE...  change attributes and relationships, in the order given (\"\" clears)"},
+    {"duplicate", runDuplicate, "duplicate URI       copy a task"},
+    {"cleanup", runCleanup, "cleanup             clean up completed tasks"},
+    {"archive", runArchive, "archive URI... --category NAME [--tags T]   file tasks in an archive category"},
+    {"folders", runFolders, "folders [--contexts|--projects|--smart-folders|--archive]   folders with their counters"},
 };
 
 QString usageText()
@@ -78,7 +83,7 @@ std::optional<int> CommandEnvironment::openStore()
         return fail(s.message());
     // Command-line runs are one action each; nothing is to be undone.
     m_delegate->managedObjectContext().undoManager().setEnabled(false);
-    m_delegate->prepareStoreForWork();
+    m_cleanedUpAtStart = m_delegate->prepareStoreForWork();
     return std::nullopt;
 }
 

@@ -29,6 +29,8 @@ public:
     // message is already printed and the exit status to use is returned.
     std::optional<int> openStore();
     CoreData_AppDelegate& appDelegate() { return *m_delegate; }
+    // How many tasks the start-up pass of openStore cleaned up.
+    int cleanedUpAtStart() const { return m_cleanedUpAtStart; }
 
     // Prints "vyro: <message>" to standard error and gives `code` back.
     int fail(const QString& message, int code = ExitFailure);
@@ -41,11 +43,17 @@ private:
     std::unique_ptr<DebugLogFile> m_log;
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<CoreData_AppDelegate> m_delegate;
+    int m_cleanedUpAtStart = 0;
 };
 
 // One command per file; each returns its exit status.
 int runDump(CommandEnvironment& env);
 int runLoad(CommandEnvironment& env);
+int runSet(CommandEnvironment& env);
+int runDuplicate(CommandEnvironment& env);
+int runCleanup(CommandEnvironment& env);
+int runArchive(CommandEnvironment& env);
+int runFolders(CommandEnvironment& env);
 
 // Parses the global options and runs the command. Without a command: runs the desktop program.
 int runCommandLine(const QStringList& arguments);

@@ -18,7 +18,7 @@ Result<std::vector<Record*>> fetch(ObjectContext& context, const char* entity, c
 
 } // namespace
 
-void prepareStoreForWork(ObjectContext& context)
+int prepareStoreForWork(ObjectContext& context)
 {
     // The results of these saves are not checked: a failing save shows again at the next one.
     auto inboxes = fetch(context, "context", "isInbox == 1");
@@ -52,8 +52,10 @@ void prepareStoreForWork(ObjectContext& context)
     }
 
     logLine(QStringLiteral("Cleaning up tasks at startup..."));
-    if (CleanUpController::cleanUpTasks(context) > 0)
+    const int cleaned = CleanUpController::cleanUpTasks(context);
+    if (cleaned > 0)
         context.save();
+    return cleaned;
 }
 
 void mergeSpecialRecordsInto(ObjectContext& context, RecordDocument& document)

@@ -5,7 +5,8 @@ class ObjectContext;
 // The data steps of every start, also of the command line's: the Inbox and the "All tasks" smart folder
 // are made when missing ("All tasks" gets its name back when renamed), a next-action smart folder of
 // older stores is deleted, and completed tasks are cleaned up. Each step saves what it changed.
-void prepareStoreForWork(ObjectContext& context);
+// Returns how many tasks the clean-up pass took.
+int prepareStoreForWork(ObjectContext& context);
 
 struct RecordDocument;
 

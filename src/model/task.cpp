@@ -78,6 +78,26 @@ void Task::setParentProject(Project* project)
     resetFolderCounters(project, hasDue);
 }
 
+void Task::moveToContext(Context* context)
+{
+    if (context == parentContext())
+        return;
+    if (Context* old = parentContext())
+        old->removeTasksObject(this);
+    if (context)
+        context->addTasksObject(this);
+}
+
+void Task::moveToProject(Project* project)
+{
+    if (project == parentProject())
+        return;
+    if (Project* old = parentProject())
+        old->removeTasksObject(this);
+    if (project)
+        project->addTasksObject(this);
+}
+
 void Task::setParentArchiveCategory(ArchiveCategory* category)
 {
     if (ArchiveCategory* old = parentArchiveCategory()) {

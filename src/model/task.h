@@ -60,6 +60,10 @@ public:
     void setParentContext(Context* context);
     Project* parentProject() const;
     void setParentProject(Project* project);
+    // Moves the task between contexts (projects) as the lists do: out of the old order, which closes up,
+    // and to the end of the new one. nullptr only takes it out.
+    void moveToContext(Context* context);
+    void moveToProject(Project* project);
     ArchiveCategory* parentArchiveCategory() const;
     void setParentArchiveCategory(ArchiveCategory* category);
 

@@ -327,3 +327,87 @@ TEST_F(CliTest, APlainStartLogsToTheDebugLogAndReports)
     EXPECT_NE(busy.exitCode, 0);
     EXPECT_TRUE(busy.out.contains(QStringLiteral("in use by another Vyro process"))) << busy.out.toStdString();
 }
+
+namespace {
+
+const char* kGarden = R"({
+  "contexts": [{"uri": "h", "name": "Home", "pathName": "Home"}, {"uri": "g", "name": "Garden", "parentContext": "h", "pathName": "Home > Garden"}],
+  "projects": [{"uri": "p", "name": "Shed", "active": true, "pathName": "Shed"}],
+  "archiveCategories": [{"uri": "a", "name": "2026"}],
+  "tasks": [
+    {"uri": "t1", "name": "one", "parentContext": "g", "positionInContext": 1, "archived": false, "cleanedUp": false, "done": false, "nextAction": true},
+    {"uri": "t2", "name": "two", "parentContext": "g", "positionInContext": 2, "archived": false, "cleanedUp": false, "done": false, "parentProject": "p", "positionInProject": 1},
+    {"uri": "t3", "name": "three", "parentContext": "g", "positionInContext": 3, "archived": false, "cleanedUp": false, "done": false, "parentProject": "p", "positionInProject": 2},
+    {"uri": "t4", "name": "four", "parentContext": "g", "positionInContext": 4, "archived": false, "cleanedUp": false, "done": false}
+  ]})";
+
+QJsonObject findByName(const QJsonArray& records, const QString& name, const char* key = "name")
+{
+    for (const QJsonValue& v : records)
+        if (v.toObject().value(QLatin1String(key)).toString() == name)
+            return v.toObject();
+    return {};
+}
+
+} // namespace
+
+TEST_F(CliTest, ChangesThroughTheCommandLineKeepOrdersAndCounters)
+{
+    ASSERT_EQ(vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load"), writeFile(QStringLiteral("g.json"), kGarden)}).exitCode, 0);
+    QMap<QString, QString> uri;
+    for (const QJsonValue& v : dump().value(QStringLiteral("tasks")).toArray())
+        uri.insert(v.toObject().value(QStringLiteral("name")).toString(), v.toObject().value(QStringLiteral("uri")).toString());
+    auto run = [&](QStringList arguments) {
+        arguments.prepend(dataDir());
+        arguments.prepend(QStringLiteral("--data-dir"));
+        const CliRun r = vyro(arguments);
+        EXPECT_EQ(r.exitCode, 0) << arguments.join(QLatin1Char(' ')).toStdString() << ": " << r.err.toStdString();
+        return r;
+    };
+
+    // Complete one (which clears its flag), clean up, move one, archive one, re-open the cleaned-up one.
+    const CliRun done = run({QStringLiteral("set"), uri[QStringLiteral("one")], QStringLiteral("done=true")});
+    EXPECT_FALSE(QJsonDocument::fromJson(done.out.toUtf8()).object().value(QStringLiteral("nextAction")).toBool());
+    EXPECT_EQ(run({QStringLiteral("cleanup")}).out.trimmed(), QStringLiteral("{\"cleanedUp\":1}"));
+    run({QStringLiteral("set"), uri[QStringLiteral("three")], QStringLiteral("parentContext=Home"), QStringLiteral("parentProject=")});
+    run({QStringLiteral("archive"), uri[QStringLiteral("two")], QStringLiteral("--category"), QStringLiteral("2026"), QStringLiteral("--tags"), QStringLiteral("old")});
+
+    QJsonArray tasks = dump().value(QStringLiteral("tasks")).toArray();
+    EXPECT_EQ(findByName(tasks, QStringLiteral("four")).value(QStringLiteral("positionInContext")).toInt(), 1);
+    EXPECT_EQ(findByName(tasks, QStringLiteral("three")).value(QStringLiteral("positionInContext")).toInt(), 1);
+    EXPECT_FALSE(findByName(tasks, QStringLiteral("three")).contains(QStringLiteral("parentProject")));
+    const QJsonObject two = findByName(tasks, QStringLiteral("two"));
+    EXPECT_TRUE(two.value(QStringLiteral("archived")).toBool());
+    EXPECT_EQ(two.value(QStringLiteral("tags")).toString(), QStringLiteral("old"));
+    EXPECT_FALSE(two.contains(QStringLiteral("parentContext")));
+
+    run({QStringLiteral("set"), uri[QStringLiteral("one")], QStringLiteral("done=false")});
+    tasks = dump().value(QStringLiteral("tasks")).toArray();
+    EXPECT_EQ(findByName(tasks, QStringLiteral("one")).value(QStringLiteral("positionInContext")).toInt(), 2) << "re-opened: to the end";
+    EXPECT_EQ(findByName(tasks, QStringLiteral("four")).value(QStringLiteral("positionInContext")).toInt(), 1);
+
+    const QJsonObject folders = QJsonDocument::fromJson(run({QStringLiteral("folders")}).out.toUtf8()).object();
+    const QJsonObject garden = findByName(folders.value(QStringLiteral("contexts")).toArray(), QStringLiteral("Home > Garden"), "pathName");
+    const QJsonObject home = findByName(folders.value(QStringLiteral("contexts")).toArray(), QStringLiteral("Home"), "pathName");
+    EXPECT_EQ(garden.value(QStringLiteral("pending")).toArray(), QJsonArray({2, 2}));
+    EXPECT_EQ(home.value(QStringLiteral("pending")).toArray(), QJsonArray({1, 3}));
+    EXPECT_EQ(home.value(QStringLiteral("childCountLabel")).toString(), QStringLiteral("1 child"));
+    EXPECT_EQ(findByName(folders.value(QStringLiteral("projects")).toArray(), QStringLiteral("Shed"), "pathName").value(QStringLiteral("pending")).toArray(), QJsonArray({0, 0}));
+    EXPECT_EQ(findByName(folders.value(QStringLiteral("archiveCategories")).toArray(), QStringLiteral("2026")).value(QStringLiteral("pending")).toArray(), QJsonArray({1, 1}));
+    EXPECT_EQ(folders.value(QStringLiteral("smartFolders")).toArray()[0].toObject().value(QStringLiteral("name")).toString(), QStringLiteral("All tasks"));
+
+    // A duplicate joins the end of its context.
+    const QJsonObject copy = QJsonDocument::fromJson(run({QStringLiteral("duplicate"), uri[QStringLiteral("four")]}).out.toUtf8()).object();
+    EXPECT_EQ(copy.value(QStringLiteral("positionInContext")).toInt(), 3);
+
+    // Bad assignments change nothing.
+    const QJsonObject before = dump();
+    for (const QStringList& bad : {QStringList {QStringLiteral("set"), uri[QStringLiteral("four")], QStringLiteral("priority=2"), QStringLiteral("priority=high")},
+                                   QStringList {QStringLiteral("set"), uri[QStringLiteral("four")], QStringLiteral("parentContext=Nowhere")},
+                                   QStringList {QStringLiteral("set"), uri[QStringLiteral("four")], QStringLiteral("tasks=x")},
+                                   QStringList {QStringLiteral("archive"), uri[QStringLiteral("four")], QStringLiteral("--category"), QStringLiteral("nope")}}) {
+        const CliRun r = vyro(QStringList {QStringLiteral("--data-dir"), dataDir()} + bad);
+        EXPECT_EQ(r.exitCode, 2) << bad.join(QLatin1Char(' ')).toStdString();
+    }
+    EXPECT_EQ(dump(), before);
+}
