@@ -19,6 +19,9 @@ struct Command {
 };
 
 const Command kCommands[] = {
+    {"parse", runParse, "parse LINE          the quick-entry reading of LINE, as JSON; nothing changes"},
+    {"add", runAdd, "add LINE            add a task from a quick-entry line, as quick type-in does"},
+    {"date", runDate, "date TEXT           the date TEXT reads as, in ISO 8601"},
     {"dump", runDump, "dump                the whole store as JSON"},
     {"load", runLoad, "load FILE           add the records of a JSON file shaped like the dump"},
     {"set", runSet, "set URI KEY=VALUE...  change attributes and relationships, in the order given (\"\" clears)"},

@@ -54,6 +54,9 @@ int runDuplicate(CommandEnvironment& env);
 int runCleanup(CommandEnvironment& env);
 int runArchive(CommandEnvironment& env);
 int runFolders(CommandEnvironment& env);
+int runParse(CommandEnvironment& env);
+int runAdd(CommandEnvironment& env);
+int runDate(CommandEnvironment& env);
 
 // Parses the global options and runs the command. Without a command: runs the desktop program.
 int runCommandLine(const QStringList& arguments);

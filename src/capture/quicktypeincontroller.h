@@ -1,0 +1,22 @@
+#pragma once
+
+#include "store/status.h"
+
+#include <QString>
+
+class ObjectContext;
+class Task;
+
+// The quick type-in path without its window: one line in the quick-entry syntax becomes a task.
+class QuickTypeInController {
+public:
+    explicit QuickTypeInController(ObjectContext& context) : m_context(context) {}
+
+    // Parses the line, picks the context (the one written, else the default context of the project
+    // written, else the Inbox), adds the task and saves. An empty line does nothing (nullptr); a line
+    // that cannot be read gives an error and no task.
+    Result<Task*> quickTypeInDone(const QString& line);
+
+private:
+    ObjectContext& m_context;
+};

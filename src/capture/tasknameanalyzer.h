@@ -1,0 +1,50 @@
+#pragma once
+
+#include "store/status.h"
+
+#include <QDateTime>
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+class Context;
+class ObjectContext;
+class Project;
+
+// What one quick-entry line says about a task.
+struct ParseResult {
+    QString name;
+    QString content;
+    int priority = 3;                 // 1 most urgent .. 5 least
+    Context* context = nullptr;
+    Project* project = nullptr;
+    std::optional<QDateTime> startDate;
+    std::optional<QDateTime> dueDate;
+    std::optional<QString> tags;      // as typed between the braces, possibly empty
+};
+
+// Reads the quick-entry syntax:  name [: note] with  @context  [project]  {tags}  #start, due  and
+// the priority marks "!!", "!", "?", "??". The steps run in a fixed order on what the earlier ones
+// left, with their quirks kept on purpose (the last "#", the context word ending at the first space of
+// the line as typed, the last comma of the dates, the last colon, the first brace and bracket pairs).
+// It only reads the store, to find the context and the project, and writes a trace to the log.
+class TaskNameAnalyzer {
+public:
+    using DateReader = std::function<std::optional<QDateTime>(const QString&)>;
+
+    // `readDate` defaults to the natural-language date reader.
+    explicit TaskNameAnalyzer(const ObjectContext& context, DateReader readDate = {});
+
+    // The line must not be empty. Two lines cannot be read (an "@" word whose end, the first space of
+    // the line as typed, lies past the text that is left, or at its very start); they give an error
+    // and no result.
+    Result<ParseResult> parseTaskName(const QString& line) const;
+
+private:
+    Context* findContext(const QString& name) const;
+    Project* findProject(const QString& name) const;
+
+    const ObjectContext& m_context;
+    DateReader m_readDate;
+};
