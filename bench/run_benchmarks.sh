@@ -1,12 +1,13 @@
 #!/bin/sh
-# Runs the store benchmarks of an existing build and prints a summary table. Builds nothing: configure
-# the build with -DVYRO_BUILD_BENCH=ON (and CMAKE_BUILD_TYPE=Release for figures worth comparing), then
-# build the target vyro_store_bench.
+# Runs the store and model benchmarks of an existing build and prints a summary table. Builds nothing:
+# configure the build with -DVYRO_BUILD_BENCH=ON (and CMAKE_BUILD_TYPE=Release for figures worth
+# comparing), then build the targets vyro_store_bench and vyro_model_bench. A benchmark program that is
+# not built is left out with a note.
 #
 #   bench/run_benchmarks.sh BUILD_DIR [--tasks=N] [Google Benchmark flags...]
 #
-# The full benchmark output goes to the terminal as it runs; the JSON results are kept in
-# BUILD_DIR/bench/store_bench.json.
+# Both programs get the same flags. The full benchmark output goes to the terminal as it runs; the JSON
+# results are kept in BUILD_DIR/bench/store_bench.json and BUILD_DIR/bench/model_bench.json.
 set -eu
 
 if [ $# -lt 1 ] || [ "$1" = "-h" ] || [ "$1" = "--help" ]; then
@@ -15,29 +16,49 @@ if [ $# -lt 1 ] || [ "$1" = "-h" ] || [ "$1" = "--help" ]; then
 fi
 build_dir=$1
 shift
-bench="$build_dir/bench/vyro_store_bench"
-if [ ! -x "$bench" ]; then
-    echo "$0: $bench not found; build the target vyro_store_bench first" >&2
-    exit 1
-fi
 if ! grep -q '^CMAKE_BUILD_TYPE:STRING=Release$' "$build_dir/CMakeCache.txt" 2>/dev/null; then
     echo "note: $build_dir is not a Release build; its figures are not comparable with the targets" >&2
 fi
 
-json="$build_dir/bench/store_bench.json"
-"$bench" --benchmark_out="$json" --benchmark_out_format=json "$@"
+# Runs vyro_NAME_bench with the given flags and sets json to the file of its results; leaves json empty
+# when the program is not built.
+run() {
+    name=$1
+    shift
+    bench="$build_dir/bench/vyro_${name}_bench"
+    json=""
+    if [ ! -x "$bench" ]; then
+        echo "note: $bench not found; build the target vyro_${name}_bench to include it" >&2
+        return 0
+    fi
+    json="$build_dir/bench/${name}_bench.json"
+    "$bench" --benchmark_out="$json" --benchmark_out_format=json "$@"
+}
+run store "$@"
+store_json=$json
+run model "$@"
+model_json=$json
+if [ -z "$store_json" ] && [ -z "$model_json" ]; then
+    echo "$0: no benchmark program found in $build_dir/bench; build vyro_store_bench or vyro_model_bench first" >&2
+    exit 1
+fi
 
 if ! command -v python3 >/dev/null 2>&1; then
-    echo "python3 not found: no summary (results in $json)" >&2
+    echo "python3 not found: no summary (results in $store_json $model_json)" >&2
     exit 0
 fi
 
-python3 - "$json" <<'EOF'
+python3 - "$store_json" "$model_json" <<'EOF'
 import json
 import sys
 
-with open(sys.argv[1]) as f:
-    runs = json.load(f)["benchmarks"]
+runs = []
+for path in sys.argv[1:]:
+    try:
+        with open(path) as f:
+            runs += json.load(f)["benchmarks"]
+    except (OSError, ValueError, KeyError):
+        pass  # not built (no path), or its filter matched nothing (an empty file)
 
 # With --benchmark_repetitions the mean stands for the runs; otherwise the one run does.
 results = {}
@@ -77,6 +98,14 @@ scan_cold_us = ms("BM_FullScanFetch/cold")
 insert_ms = ms("BM_SaveOneInsert")
 change_ms = ms("BM_SaveOneChange")
 peak_mb = counter("BM_PeakMemoryAfterOpen", "peak_MB")
+cold_counters_ms = ms("BM_CountersFromCold")
+unchanged_ms = ms("BM_CountersAfterOneChange/none")
+next_action_ms = ms("BM_CountersAfterOneChange/next_action")
+due_date_ms = ms("BM_CountersAfterOneChange/due_date")
+done_ms = ms("BM_CountersAfterOneChange/done")
+cleanup_save_ms = ms("BM_CleanUpAndSave")
+cleanup_only_ms = counter("BM_CleanUpAndSave", "cleanup_ms")
+cleanup_save_only_ms = counter("BM_CleanUpAndSave", "save_ms")
 folder_tasks = counter("BM_PinnedFetch/pinned", "folder_tasks")
 all_tasks = counter("BM_FullScanFetch/warm", "scanned")
 
@@ -101,6 +130,14 @@ rows = [
     ("save after one insert", show(insert_ms, "ms", 2), "", ""),
     ("save after one change", show(change_ms, "ms", 2), "<= 10 ms", verdict(change_ms, 10)),
     ("peak memory after open", show(peak_mb, "MB"), "<= 150 MB", verdict(peak_mb, 150)),
+    ("all counters from cold", show(cold_counters_ms, "ms"), "<= 50 ms", verdict(cold_counters_ms, 50)),
+    ("all counters, nothing changed", show(unchanged_ms, "ms", 3), "", ""),
+    ("all counters after next action", show(next_action_ms, "ms", 3), "<= 1 ms", verdict(next_action_ms, 1)),
+    ("all counters after due date", show(due_date_ms, "ms", 3), "<= 1 ms", verdict(due_date_ms, 1)),
+    ("all counters after done", show(done_ms, "ms", 3), "<= 1 ms", verdict(done_ms, 1)),
+    ("clean-up of 1,000 done + save", show(cleanup_save_ms, "ms"), "<= 100 ms", verdict(cleanup_save_ms, 100)),
+    ("  of which the clean-up", show(cleanup_only_ms, "ms"), "", ""),
+    ("  of which the save", show(cleanup_save_only_ms, "ms"), "", ""),
 ]
 width = max(len(r[0]) for r in rows)
 print()
@@ -118,4 +155,20 @@ for which in ("smallest", "pinned", "largest"):
         per_task.append(f"{which} ({int(r['folder_tasks'])} tasks) {r['per_folder_task'] * 1e9:.0f} ns")
 if per_task:
     print("Cold pinned fetch per task of the folder: " + ", ".join(per_task))
+cold = find("BM_CountersFromCold")
+if cold and cold.get("scanned"):
+    print(f"All counters from cold: {int(cold['counters'])} counters of {int(cold['folders'])} folders, whose queries "
+          f"look at {int(cold['scanned'])} tasks, {cold['per_scanned'] * 1e9:.0f} ns each; clearing them all takes "
+          f"{cold['reset_us']:.0f} us (not counted).")
+changed = []
+for which in ("next_action", "due_date", "done"):
+    r = find(f"BM_CountersAfterOneChange/{which}")
+    if r and r.get("recomputed"):
+        changed.append(f"{which.replace('_', ' ')} {int(r['recomputed'])} counters over {int(r['scanned'])} tasks")
+if changed:
+    print("Recomputed after one change: " + ", ".join(changed) + ".")
+clean = find("BM_CleanUpAndSave")
+if clean and clean.get("cleaned"):
+    print(f"The clean-up of {int(clean['cleaned'])} tasks in {int(clean['contexts'])} contexts and {int(clean['projects'])} "
+          f"projects added {int(clean['added'])} next occurrences and changed the position of {int(clean['renumbered'])} tasks.")
 EOF

@@ -22,6 +22,8 @@ DebugLogFile::DebugLogFile(const QString& logPath)
 {
     ensureFolder(logPath);
     m_file = std::fopen(QFile::encodeName(logPath).constData(), "a");
+    if (m_file)
+        std::setvbuf(m_file, nullptr, _IOLBF, 4096);
     // Without a log file the lines go to standard error rather than nowhere.
     setLogSink(m_file);
 }

@@ -6,6 +6,8 @@
 #include "store/log.h"
 #include "store/objectcontext.h"
 
+#include <QHash>
+
 namespace {
 
 // Only the space character is trimmed; tabs and line breaks stay.
@@ -19,15 +21,31 @@ QString trimmed(const QString& text)
     return text.mid(start, end - start);
 }
 
+// The trace of one line is collected and written in one go when the parse ends.
+thread_local QStringList* g_trace = nullptr;
+
 void trace(const QString& line)
 {
-    logLine(line);
+    if (g_trace)
+        g_trace->append(line);
+    else
+        logLine(line);
 }
 
 void traceText(const QString& text)
 {
     trace(QStringLiteral("> '%1'").arg(text));
 }
+
+struct TraceScope {
+    QStringList lines;
+    TraceScope() { g_trace = &lines; }
+    ~TraceScope()
+    {
+        g_trace = nullptr;
+        logLines(lines);
+    }
+};
 
 QString describe(const std::optional<QDateTime>& date)
 {
@@ -47,10 +65,24 @@ std::optional<QString> cutPair(QString& text, QChar open, QChar close)
     return inside;
 }
 
+// The first record of `entity` that the predicate finds, in the store's order.
+Result<std::vector<Record*>> firstMatch(const ObjectContext& context, const char* entity, const char* format, const QString& name)
+{
+    static QHash<QString, Predicate> templates;
+    const QString key = QLatin1String(format);
+    auto it = templates.find(key);
+    if (it == templates.end())
+        it = templates.insert(key, Predicate::templateFromFormat(key));
+    FetchRequest request(QLatin1String(entity), it->withArguments({name}));
+    request.fetchLimit = 1;
+    return context.executeFetchRequest(request);
+}
+
 } // namespace
 
 TaskNameAnalyzer::TaskNameAnalyzer(const ObjectContext& context, DateReader readDate)
-    : m_context(context), m_readDate(std::move(readDate))
+    : m_context(context), m_readDate(std::move(readDate)), m_contexts(context, QStringLiteral("context")),
+      m_projects(context, QStringLiteral("project"))
 {
     if (!m_readDate)
         m_readDate = [](const QString& text) { return dateWithNaturalLanguageString(text); };
@@ -58,43 +90,40 @@ TaskNameAnalyzer::TaskNameAnalyzer(const ObjectContext& context, DateReader read
 
 Context* TaskNameAnalyzer::findContext(const QString& name) const
 {
-    auto found = m_context.executeFetchRequest(FetchRequest(QStringLiteral("context"), Predicate::fromFormat(QStringLiteral("name BEGINSWITH[c] %@"), {name})));
-    if (!found) {
-        trace(QStringLiteral("Error executing fetch request for contexts"));
-        return nullptr;
-    }
-    if (found->empty()) {
+    // "name BEGINSWITH[c] %@", first in the store's order.
+    Record* found = m_contexts.firstWithPrefix(name);
+    if (!found)
         trace(QStringLiteral("No context found for @name"));
-        return nullptr;
-    }
-    return static_cast<Context*>(found->front());
+    return static_cast<Context*>(found);
 }
 
 Project* TaskNameAnalyzer::findProject(const QString& name) const
 {
-    auto like = m_context.executeFetchRequest(FetchRequest(QStringLiteral("project"), Predicate::fromFormat(QStringLiteral("name LIKE[c] %@"), {name})));
-    if (!like) {
-        trace(QStringLiteral("Error executing fetch request for project"));
-        return nullptr;
+    // "name LIKE[c] %@": without wildcards that is a name equal but for case.
+    Record* like = nullptr;
+    if (name.contains(QLatin1Char('*')) || name.contains(QLatin1Char('?'))) {
+        auto found = firstMatch(m_context, "project", "name LIKE[c] %@", name);
+        if (!found) {
+            trace(QStringLiteral("Error executing fetch request for project"));
+            return nullptr;
+        }
+        like = found->empty() ? nullptr : found->front();
+    } else {
+        like = m_projects.firstEqual(name);
     }
-    if (!like->empty())
-        return static_cast<Project*>(like->front());
+    if (like)
+        return static_cast<Project*>(like);
     trace(QStringLiteral("No project found for [name], trying to match [name*]"));
-    auto prefix = m_context.executeFetchRequest(FetchRequest(QStringLiteral("project"), Predicate::fromFormat(QStringLiteral("name BEGINSWITH[c] %@"), {name})));
-    if (!prefix) {
-        trace(QStringLiteral("Error executing fetch request for project"));
-        return nullptr;
-    }
-    if (prefix->empty()) {
+    Record* prefix = m_projects.firstWithPrefix(name);
+    if (!prefix)
         trace(QStringLiteral("No project found for [name*]"));
-        return nullptr;
-    }
-    return static_cast<Project*>(prefix->front());
+    return static_cast<Project*>(prefix);
 }
 
 Result<ParseResult> TaskNameAnalyzer::parseTaskName(const QString& line) const
 {
     ParseResult result;
+    TraceScope scope;
     trace(QStringLiteral("---------"));
     traceText(line);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "capture/nameindex.h"
 #include "store/status.h"
 
 #include <QDateTime>
@@ -47,4 +48,7 @@ private:
 
     const ObjectContext& m_context;
     DateReader m_readDate;
+    // The lookups give the same answers as the fetches they stand for, without a scan per line.
+    mutable NameIndex m_contexts;
+    mutable NameIndex m_projects;
 };

@@ -3,10 +3,32 @@
 #include "model/task.h"
 #include "store/predicate.h"
 
+namespace {
+const Predicate& pendingQuery()
+{
+    static const Predicate p = Predicate::templateFromFormat(QStringLiteral("(parentArchiveCategory==%@) and (archived == 1)"));
+    return p;
+}
+const Predicate& nextActionQuery()
+{
+    static const Predicate p = Predicate::templateFromFormat(QStringLiteral("(parentArchiveCategory==%@) and (archived == 1) and (nextAction == 1)"));
+    return p;
+}
+} // namespace
+
+void ArchiveCategory::countOwnTasks(std::optional<qint64> (&counts)[kTaskCounterKinds]) const
+{
+    Record* self = const_cast<ArchiveCategory*>(this);
+    const Predicate pending = pendingQuery().withArguments({self});
+    const Predicate nextAction = nextActionQuery().withArguments({self});
+    const Predicate* const predicates[] = {&pending, &nextAction, nullptr, nullptr};
+    countMatches(tasks(), predicates, counts);
+}
+
 TaskQueryResult ArchiveCategory::taskQuery(TaskCounter kind) const
 {
-    static const Predicate pending = Predicate::templateFromFormat(QStringLiteral("(parentArchiveCategory==%@) and (archived == 1)"));
-    static const Predicate nextAction = Predicate::templateFromFormat(QStringLiteral("(parentArchiveCategory==%@) and (archived == 1) and (nextAction == 1)"));
+    const Predicate& pending = pendingQuery();
+    const Predicate& nextAction = nextActionQuery();
     switch (kind) {
     case TaskCounter::Pending: return fetchTasks(*this, pending);
     case TaskCounter::NextAction: return fetchTasks(*this, nextAction);

@@ -55,6 +55,7 @@ public:
 
     // Only the pending and next-action kinds have queries here; the others find nothing.
     TaskQueryResult taskQuery(TaskCounter kind) const;
+    void countOwnTasks(std::optional<qint64> (&counts)[kTaskCounterKinds]) const;
     const std::vector<Record*>& childFolders() const { return subcategories(); }
     ArchiveCategory* parentFolder() const { return parentCategory(); }
 

@@ -1,6 +1,7 @@
 #include "model/cleanupcontroller.h"
 
 #include "model/archivecategory.h"
+#include "model/taskfolder.h"
 #include "model/recurrenttaskscontroller.h"
 #include "model/task.h"
 #include "store/objectcontext.h"
@@ -10,6 +11,7 @@ int CleanUpController::cleanUpTasks(ObjectContext& context)
     auto tasks = context.executeFetchRequest(FetchRequest(QStringLiteral("task"), Predicate::fromFormat(QStringLiteral("(done == 1) and (cleanedUp <> 1)"))));
     if (!tasks)
         return 0;
+    DeferredRenumbering renumberOnceAtTheEnd;
     for (Record* r : *tasks) {
         auto* task = static_cast<Task*>(r);
         RecurrentTasksController::handleRecurrenceForTask(task);

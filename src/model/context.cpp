@@ -36,6 +36,19 @@ TaskQueryResult Context::taskQuery(TaskCounter kind) const
     }
 }
 
+void Context::countOwnTasks(std::optional<qint64> (&counts)[kTaskCounterKinds]) const
+{
+    Record* self = const_cast<Context*>(this);
+    const Predicate filled[] = {
+        query(TaskCounter::Pending).withArguments({self}),
+        query(TaskCounter::NextAction).withArguments({self}),
+        query(TaskCounter::DueToday).withArguments({self, DateAnchors::todayEnd()}),
+        query(TaskCounter::DueTomorrow).withArguments({self, DateAnchors::tomorrowStart(), DateAnchors::tomorrowEnd()}),
+    };
+    const Predicate* const predicates[] = {&filled[0], &filled[1], &filled[2], &filled[3]};
+    countMatches(tasks(), predicates, counts);
+}
+
 qint64 Context::pendingTasksCount() const
 {
     const auto tasks = pendingTasks();
@@ -118,6 +131,8 @@ Colour Context::colourForContext() const
 
 void Context::calculateTaskPositions()
 {
+    if (DeferredRenumbering::defer(this, [](Record* r) { static_cast<Context*>(r)->calculateTaskPositions(); }))
+        return;
     FetchRequest request(QStringLiteral("task"), uncompletedQuery().withArguments({const_cast<Context*>(this)}));
     request.sortDescriptors = {SortDescriptor(QStringLiteral("positionInContext"))};
     auto tasks = managedObjectContext()->executeFetchRequest(request);

@@ -98,6 +98,7 @@ public:
 
     // For the shared folder logic.
     TaskQueryResult taskQuery(TaskCounter kind) const;
+    void countOwnTasks(std::optional<qint64> (&counts)[kTaskCounterKinds]) const;
     const std::vector<Record*>& childFolders() const { return subcontexts(); }
     Context* parentFolder() const { return parentContext(); }
 

@@ -41,6 +41,19 @@ TaskQueryResult Project::taskQuery(TaskCounter kind) const
     }
 }
 
+void Project::countOwnTasks(std::optional<qint64> (&counts)[kTaskCounterKinds]) const
+{
+    Record* self = const_cast<Project*>(this);
+    const Predicate filled[] = {
+        query(TaskCounter::Pending).withArguments({self}),
+        query(TaskCounter::NextAction).withArguments({self}),
+        query(TaskCounter::DueToday).withArguments({self, DateAnchors::todayEnd()}),
+        query(TaskCounter::DueTomorrow).withArguments({self, DateAnchors::tomorrowStart(), DateAnchors::tomorrowEnd()}),
+    };
+    const Predicate* const predicates[] = {&filled[0], &filled[1], &filled[2], &filled[3]};
+    countMatches(tasks(), predicates, counts);
+}
+
 TaskQueryResult Project::uncompletedTasks() const
 {
     return fetchTasks(*this, uncompletedQuery());
@@ -156,6 +169,8 @@ Colour Project::colourForProject() const
 
 void Project::calculateTaskPositions()
 {
+    if (DeferredRenumbering::defer(this, [](Record* r) { static_cast<Project*>(r)->calculateTaskPositions(); }))
+        return;
     FetchRequest request(QStringLiteral("task"), uncompletedQuery().withArguments({const_cast<Project*>(this)}));
     request.sortDescriptors = {SortDescriptor(QStringLiteral("positionInProject"))};
     auto tasks = managedObjectContext()->executeFetchRequest(request);

@@ -98,6 +98,7 @@ public:
     void resetCounterForDueTomorrowTasks() { resetCounter(TaskCounter::DueTomorrow); }
 
     TaskQueryResult taskQuery(TaskCounter kind) const;
+    void countOwnTasks(std::optional<qint64> (&counts)[kTaskCounterKinds]) const;
     const std::vector<Record*>& childFolders() const { return subprojects(); }
     Project* parentFolder() const { return parentProject(); }
 

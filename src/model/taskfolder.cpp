@@ -12,3 +12,64 @@ TaskQueryResult fetchTasks(const Record& folder, const Predicate& templatePredic
         return std::nullopt;
     return std::move(*result);
 }
+
+void countMatches(const std::vector<Record*>& candidates, const Predicate* const predicates[kTaskCounterKinds],
+                  std::optional<qint64> (&counts)[kTaskCounterKinds])
+{
+    qint64 found[kTaskCounterKinds] = {};
+    bool wanted[kTaskCounterKinds];
+    for (int k = 0; k < kTaskCounterKinds; ++k)
+        wanted[k] = predicates[k] && !counts[k];
+    for (Record* r : candidates) {
+        if (r->isDeleted())
+            continue;
+        for (int k = 0; k < kTaskCounterKinds; ++k)
+            if (wanted[k] && predicates[k]->evaluate(*r))
+                ++found[k];
+    }
+    for (int k = 0; k < kTaskCounterKinds; ++k)
+        if (wanted[k])
+            counts[k] = found[k];
+        else if (!predicates[k] && !counts[k])
+            counts[k] = 0;
+}
+
+namespace {
+struct PendingRenumbering {
+    int depth = 0;
+    std::vector<std::pair<Record*, void (*)(Record*)>> folders;
+};
+PendingRenumbering& pending()
+{
+    static PendingRenumbering p;
+    return p;
+}
+} // namespace
+
+DeferredRenumbering::DeferredRenumbering()
+{
+    ++pending().depth;
+}
+
+DeferredRenumbering::~DeferredRenumbering()
+{
+    if (--pending().depth > 0)
+        return;
+    const auto folders = std::move(pending().folders);
+    pending().folders.clear();
+    for (const auto& [folder, renumber] : folders)
+        if (!folder->isDeleted())
+            renumber(folder);
+}
+
+bool DeferredRenumbering::defer(Record* folder, void (*renumber)(Record*))
+{
+    PendingRenumbering& p = pending();
+    if (p.depth == 0)
+        return false;
+    for (const auto& entry : p.folders)
+        if (entry.first == folder)
+            return true;
+    p.folders.emplace_back(folder, renumber);
+    return true;
+}

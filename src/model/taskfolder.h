@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/predicate.h"
 #include "store/record.h"
 
 #include <QString>
@@ -30,8 +31,9 @@ public:
         auto& slot = (subtree ? m_subtree : m_own)[int(kind)];
         if (!slot) {
             if (!subtree) {
-                const TaskQueryResult tasks = self().taskQuery(kind);
-                slot = tasks ? qint64(tasks->size()) : 0;
+                // One walk over the folder's tasks fills every own count not computed yet; counts that
+                // are still computed stay as they are, stale or not, until their own reset.
+                self().countOwnTasks(m_own);
             } else {
                 // Like the subtree query, which does not descend when the folder's own fetch fails.
                 qint64 n = savedCount(kind, false);
@@ -89,5 +91,23 @@ private:
     mutable std::optional<qint64> m_subtree[kTaskCounterKinds];
 };
 
+// Counts, in one walk over `candidates`, the records each predicate accepts; only for the slots that
+// are empty. Used by the folders to fill their own counters at once.
+void countMatches(const std::vector<Record*>& candidates, const Predicate* const predicates[kTaskCounterKinds],
+                  std::optional<qint64> (&counts)[kTaskCounterKinds]);
+
+// While one of these lives, the renumbering of contexts and projects (calculateTaskPositions) waits and
+// runs once per folder when the last one ends: a pass that cleans up many tasks renumbers each folder
+// once instead of once per task. The final positions are the same.
+class DeferredRenumbering {
+public:
+    DeferredRenumbering();
+    ~DeferredRenumbering();
+    DeferredRenumbering(const DeferredRenumbering&) = delete;
+    DeferredRenumbering& operator=(const DeferredRenumbering&) = delete;
+    // True when the renumbering of `folder` was put off (run it later with `renumber`).
+    static bool defer(Record* folder, void (*renumber)(Record*));
+};
+
 // Runs a task query: the predicate template filled with the folder and any further arguments.
-TaskQueryResult fetchTasks(const Record& folder, const class Predicate& templatePredicate, const QList<struct PredicateArgument>& more = {});
+TaskQueryResult fetchTasks(const Record& folder, const Predicate& templatePredicate, const QList<PredicateArgument>& more = {});

@@ -16,13 +16,15 @@ Task* TasksDuplicator::duplicateTaskFrom(Task* s)
     c->setEffort(s->effort());
     c->setStartDate(s->startDate());
     c->setDueDate(s->dueDate());
-    c->setParentContext(s->parentContext());
-    c->setParentProject(s->parentProject());
+    // The flags before the context and project: the archived setter renumbers the task's folders, and
+    // there are none yet.
     c->setNextAction(s->nextAction());
     c->setWaitingFor(s->waitingFor());
     c->setDelegated(s->delegated());
     c->setMaybe(s->maybe());
     c->setArchived(s->archived());
+    c->setParentContext(s->parentContext());
+    c->setParentProject(s->parentProject());
     c->setRecurMode(s->recurMode());
     c->setRecurNumber(s->recurNumber());
     c->setRecurType(s->recurType());

@@ -72,14 +72,22 @@ Status KeyPath::validate(const EntityDescription& entity) const
 
 KeyValue KeyPath::evaluate(const Record& record) const
 {
-    KeyValue out;
+    Value scratch;
+    const KeyRef ref = evaluateRef(record, scratch);
+    return {*ref.value, ref.record, ref.isRecord};
+}
+
+KeyRef KeyPath::evaluateRef(const Record& record, Value& scratch) const
+{
+    static const Value null;
+    KeyRef out {&null};
     if (!bind(record.entity()))
         return out;
     const Record* current = &record;
     for (const Step& step : m_steps) {
         switch (step.kind) {
         case Step::Kind::Attribute:
-            out.value = current->primitiveValue(step.index);
+            out.value = &current->primitiveValue(step.index);
             return out;
         case Step::Kind::ToOne: {
             Record* next = current->toOne(step.index);
@@ -93,13 +101,16 @@ KeyValue KeyPath::evaluate(const Record& record) const
             break;
         }
         case Step::Kind::ToManyCount:
-            out.value = Value::integer(qint64(current->toMany(step.index).size()));
+            scratch = Value::integer(qint64(current->toMany(step.index).size()));
+            out.value = &scratch;
             return out;
         case Step::Kind::DerivedValue:
-            out.value = current->entity().derivedKeys()[size_t(step.index)].value(*current);
+            scratch = current->entity().derivedKeys()[size_t(step.index)].value(*current);
+            out.value = &scratch;
             return out;
         case Step::Kind::DerivedCount:
-            out.value = Value::integer(current->entity().derivedKeys()[size_t(step.index)].count(*current));
+            scratch = Value::integer(current->entity().derivedKeys()[size_t(step.index)].count(*current));
+            out.value = &scratch;
             return out;
         }
     }

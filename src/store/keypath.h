@@ -18,6 +18,15 @@ struct KeyValue {
     bool isNull() const { return isRecord ? record == nullptr : value.isNull(); }
 };
 
+// The same without copying: `value` points at the record's own stored value, or at the caller's
+// scratch value for counts and computed keys (and at a static Null when the path reads nothing).
+struct KeyRef {
+    const Value* value;
+    Record* record = nullptr;
+    bool isRecord = false;
+    bool isNull() const { return isRecord ? record == nullptr : value->isNull(); }
+};
+
 // A dotted key path: "name", "parentProject.active", "tasks.@count". Attributes and derived keys end a
 // path; to-one relationships lead on to the next component; "@count" counts a to-many relationship or
 // a derived count. A path through an absent to-one record reads Null.
@@ -34,6 +43,7 @@ public:
     Status validate(const EntityDescription& entity) const;
     // Reads the path; Null when it does not exist on the record's entity.
     KeyValue evaluate(const Record& record) const;
+    KeyRef evaluateRef(const Record& record, Value& scratch) const;
     // The relationship index when the whole path is one to-one relationship of `entity`, else -1.
     int singleToOneRelationship(const EntityDescription& entity) const;
 

@@ -173,6 +173,7 @@ void ObjectContext::setDeletedFlag(Record* record, bool deleted)
 void ObjectContext::didChangeAttribute(Record* record, int attribute, Value oldValue)
 {
     markDirty(record);
+    record->m_changedColumns |= std::uint64_t(1) << attribute;
     noteBatchChange(record, attribute);
     UndoEntry entry {UndoEntry::Kind::Attribute, record, attribute};
     entry.value = std::move(oldValue);
@@ -182,6 +183,7 @@ void ObjectContext::didChangeAttribute(Record* record, int attribute, Value oldV
 void ObjectContext::didChangeToOne(Record* record, int relationship, Record* oldTarget, Record* newTarget)
 {
     markDirty(record);
+    record->m_changedColumns |= std::uint64_t(1) << (record->entity().attributes().size() + size_t(record->entity().slotOfRelationship(relationship)));
     noteBatchChange(record, int(record->entity().attributes().size()) + relationship);
     // The other side's to-many set changed too.
     const auto& rel = record->entity().relationships()[size_t(relationship)];
@@ -199,6 +201,7 @@ void ObjectContext::didChangeToOne(Record* record, int relationship, Record* old
 
 void ObjectContext::markDirty(Record* record)
 {
+    ++m_changeCount;
     if (!record->m_dirty) {
         record->m_dirty = true;
         m_dirty.insert(record);
@@ -264,8 +267,10 @@ Result<std::vector<Record*>> ObjectContext::executeFetchRequest(const FetchReque
             return s;
 
     std::vector<Record*> out;
+    // Without a sort the first matches are the answer: stop once there are enough.
+    const size_t enough = request.sortDescriptors.isEmpty() && request.fetchLimit > 0 ? size_t(request.fetchLimit) : SIZE_MAX;
     auto consider = [&](Record* r) {
-        if (!r->m_deleted && (!request.predicate || request.predicate->evaluate(*r)))
+        if (out.size() < enough && !r->m_deleted && (!request.predicate || request.predicate->evaluate(*r)))
             out.push_back(r);
     };
     const auto pinned = request.predicate ? request.predicate->pinnedRelationship(*entity) : std::pair<int, Record*> {-1, nullptr};
@@ -340,12 +345,14 @@ Status ObjectContext::save()
             changes.deleted.push_back(r);
         else if (!r->m_deleted && !r->m_savedInStore)
             changes.inserted.push_back(r);
-        else if (!r->m_deleted)
+        else if (!r->m_deleted && r->m_changedColumns)
             changes.updated.push_back(r);
     }
     if (changes.inserted.empty() && changes.updated.empty() && changes.deleted.empty()) {
-        for (Record* r : m_dirty)
+        for (Record* r : m_dirty) {
             r->m_dirty = false;
+            r->m_changedColumns = 0;
+        }
         m_dirty.clear();
         return Status::ok();
     }
@@ -357,6 +364,7 @@ Status ObjectContext::save()
     for (Record* r : m_dirty) {
         r->m_savedInStore = !r->m_deleted;
         r->m_dirty = false;
+        r->m_changedColumns = 0;
     }
     m_dirty.clear();
     return Status::ok();

@@ -86,6 +86,8 @@ public:
     QString uriForRecord(const Record& record) const;
 
     bool hasChanges() const;
+    // Grows with every change to any record; equal values mean nothing changed in between (for caches).
+    quint64 changeCount() const { return m_changeCount; }
     // Writes every pending insert, change and delete in one transaction. On failure nothing is written
     // and the changes stay pending, so a later save tries again.
     Status save();
@@ -136,4 +138,5 @@ private:
     std::unordered_map<Record*, BatchEntry> m_batch;
     std::vector<Record*> m_batchOrder; // first-touch order, so observers see a stable order
     bool m_processingScheduled = false;
+    quint64 m_changeCount = 0;
 };

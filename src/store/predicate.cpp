@@ -8,15 +8,17 @@ namespace {
 
 using Node = Predicate::Node;
 
-KeyValue operandValue(const PredicateOperand& operand, const Record& record)
+const Value kNull;
+
+KeyRef operandValue(const PredicateOperand& operand, const Record& record, Value& scratch)
 {
     switch (operand.kind) {
-    case PredicateOperand::Kind::KeyPath: return operand.path.evaluate(record);
-    case PredicateOperand::Kind::Constant: return {operand.constant, nullptr, false};
-    case PredicateOperand::Kind::RecordConstant: return {Value(), operand.record, true};
-    case PredicateOperand::Kind::Placeholder: return {};
+    case PredicateOperand::Kind::KeyPath: return operand.path.evaluateRef(record, scratch);
+    case PredicateOperand::Kind::Constant: return {&operand.constant, nullptr, false};
+    case PredicateOperand::Kind::RecordConstant: return {&kNull, operand.record, true};
+    case PredicateOperand::Kind::Placeholder: return {&kNull};
     }
-    return {};
+    return {&kNull};
 }
 
 std::shared_ptr<const Node> fillPlaceholders(const std::shared_ptr<const Node>& node, const QList<PredicateArgument>& arguments)
@@ -39,22 +41,24 @@ std::shared_ptr<const Node> fillPlaceholders(const std::shared_ptr<const Node>& 
     return copy;
 }
 
-bool equalValues(const KeyValue& a, const KeyValue& b, bool caseInsensitive)
+bool equalValues(const KeyRef& a, const KeyRef& b, bool caseInsensitive)
 {
     if (a.isNull() || b.isNull())
         return a.isNull() && b.isNull();
     if (a.isRecord || b.isRecord)
         return a.isRecord && b.isRecord && a.record == b.record;
-    const auto c = Value::compare(a.value, b.value, caseInsensitive);
+    const auto c = Value::compare(*a.value, *b.value, caseInsensitive);
     return c && *c == 0;
 }
 
-// "*" any run, "?" one character; whole-string match.
-bool likeMatch(QStringView text, QStringView pattern)
+// "*" any run, "?" one character; whole-string match. Case folding happens per character, so a
+// case-insensitive match allocates nothing.
+bool likeMatch(QStringView text, QStringView pattern, bool caseInsensitive)
 {
+    auto same = [caseInsensitive](QChar a, QChar b) { return a == b || (caseInsensitive && a.toCaseFolded() == b.toCaseFolded()); };
     qsizetype t = 0, p = 0, starP = -1, starT = 0;
     while (t < text.size()) {
-        if (p < pattern.size() && (pattern[p] == QLatin1Char('?') || pattern[p] == text[t])) {
+        if (p < pattern.size() && (pattern[p] == QLatin1Char('?') || same(pattern[p], text[t]))) {
             ++t;
             ++p;
         } else if (p < pattern.size() && pattern[p] == QLatin1Char('*')) {
@@ -72,31 +76,27 @@ bool likeMatch(QStringView text, QStringView pattern)
     return p == pattern.size();
 }
 
-bool textTest(ComparisonOp op, const KeyValue& a, const KeyValue& b, bool caseInsensitive)
+bool textTest(ComparisonOp op, const KeyRef& a, const KeyRef& b, bool caseInsensitive)
 {
-    if (a.isRecord || b.isRecord || a.value.kind() != Value::Kind::String || b.value.kind() != Value::Kind::String)
+    if (a.isRecord || b.isRecord || a.value->kind() != Value::Kind::String || b.value->kind() != Value::Kind::String)
         return false;
-    QString text = a.value.toString();
-    QString pattern = b.value.toString();
+    const QString& text = a.value->stringRef();
+    const QString& pattern = b.value->stringRef();
     const Qt::CaseSensitivity cs = caseInsensitive ? Qt::CaseInsensitive : Qt::CaseSensitive;
     switch (op) {
     case ComparisonOp::BeginsWith: return text.startsWith(pattern, cs);
     case ComparisonOp::EndsWith: return text.endsWith(pattern, cs);
     case ComparisonOp::Contains: return text.contains(pattern, cs);
-    case ComparisonOp::Like:
-        if (caseInsensitive) {
-            text = text.toCaseFolded();
-            pattern = pattern.toCaseFolded();
-        }
-        return likeMatch(text, pattern);
+    case ComparisonOp::Like: return likeMatch(text, pattern, caseInsensitive);
     default: return false;
     }
 }
 
 bool evaluateComparison(const Node& node, const Record& record)
 {
-    const KeyValue a = operandValue(node.lhs, record);
-    const KeyValue b = operandValue(node.rhs, record);
+    Value scratchA, scratchB;
+    const KeyRef a = operandValue(node.lhs, record, scratchA);
+    const KeyRef b = operandValue(node.rhs, record, scratchB);
     switch (node.op) {
     case ComparisonOp::Equal: return equalValues(a, b, node.caseInsensitive);
     case ComparisonOp::NotEqual: return !equalValues(a, b, node.caseInsensitive);
@@ -106,7 +106,7 @@ bool evaluateComparison(const Node& node, const Record& record)
     case ComparisonOp::GreaterOrEqual: {
         if (a.isRecord || b.isRecord)
             return false;
-        const auto c = Value::compare(a.value, b.value, node.caseInsensitive);
+        const auto c = Value::compare(*a.value, *b.value, node.caseInsensitive);
         if (!c)
             return false;
         switch (node.op) {

@@ -4,6 +4,7 @@
 #include "store/status.h"
 #include "store/value.h"
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -71,6 +72,9 @@ private:
     bool m_deleted = false;
     bool m_savedInStore = false;
     bool m_dirty = false;
+    // Stored columns changed since the last save: bit i for attribute i, bit (attributes + k) for the
+    // k-th to-one relationship. A save writes only these.
+    std::uint64_t m_changedColumns = 0;
     std::unique_ptr<Value[]> m_values;
     std::unique_ptr<Record*[]> m_toOne;
     std::unique_ptr<std::vector<Record*>[]> m_toMany;

@@ -92,8 +92,9 @@ SqliteStore::~SqliteStore()
 {
     for (auto& st : m_statements) {
         sqlite3_finalize(st.insert);
-        sqlite3_finalize(st.update);
         sqlite3_finalize(st.remove);
+        for (auto& update : st.updates)
+            sqlite3_finalize(update.second);
     }
     sqlite3_close(m_db);
 }
@@ -379,35 +380,61 @@ Result<QVariantMap> SqliteStore::metadataForStoreAt(const QString& path)
     return out;
 }
 
-Status SqliteStore::bindRecord(sqlite3_stmt* st, const Record& record, int firstColumn)
+namespace {
+
+void bindValue(sqlite3_stmt* st, int column, const Value& v)
+{
+    switch (v.kind()) {
+    case Value::Kind::Null: sqlite3_bind_null(st, column); break;
+    case Value::Kind::Bool:
+    case Value::Kind::Integer: sqlite3_bind_int64(st, column, v.toInteger()); break;
+    case Value::Kind::Double: sqlite3_bind_double(st, column, v.toDouble()); break;
+    case Value::Kind::Date: sqlite3_bind_int64(st, column, v.dateMSecs()); break;
+    case Value::Kind::String: {
+        const QByteArray text = v.stringRef().toUtf8();
+        sqlite3_bind_text(st, column, text.constData(), int(text.size()), SQLITE_TRANSIENT);
+        break;
+    }
+    }
+}
+
+} // namespace
+
+int SqliteStore::bindColumns(sqlite3_stmt* st, const Record& record, std::uint64_t columns, int firstParameter)
 {
     const EntityDescription& entity = record.entity();
-    int column = firstColumn;
-    for (size_t a = 0; a < entity.attributes().size(); ++a, ++column) {
-        const Value& v = record.primitiveValue(int(a));
-        switch (v.kind()) {
-        case Value::Kind::Null: sqlite3_bind_null(st, column); break;
-        case Value::Kind::Bool:
-        case Value::Kind::Integer: sqlite3_bind_int64(st, column, v.toInteger()); break;
-        case Value::Kind::Double: sqlite3_bind_double(st, column, v.toDouble()); break;
-        case Value::Kind::Date: sqlite3_bind_int64(st, column, v.dateMSecs()); break;
-        case Value::Kind::String: {
-            const QByteArray text = v.toString().toUtf8();
-            sqlite3_bind_text(st, column, text.constData(), int(text.size()), SQLITE_TRANSIENT);
-            break;
-        }
-        }
-    }
+    const int attributes = int(entity.attributes().size());
+    int parameter = firstParameter;
+    for (int a = 0; a < attributes; ++a)
+        if (columns & (std::uint64_t(1) << a))
+            bindValue(st, parameter++, record.primitiveValue(a));
     for (size_t r = 0; r < entity.relationships().size(); ++r) {
         if (entity.relationships()[r].toMany)
             continue;
+        if (!(columns & (std::uint64_t(1) << (attributes + entity.slotOfRelationship(int(r))))))
+            continue;
         if (Record* target = record.toOne(int(r)))
-            sqlite3_bind_int64(st, column, target->primaryKey());
+            sqlite3_bind_int64(st, parameter++, target->primaryKey());
         else
-            sqlite3_bind_null(st, column);
-        ++column;
+            sqlite3_bind_null(st, parameter++);
     }
-    return Status::ok();
+    return parameter - 1;
+}
+
+sqlite3_stmt* SqliteStore::updateStatement(const EntityDescription& entity, Statements& statements, std::uint64_t columns, Status& status)
+{
+    for (const auto& [mask, statement] : statements.updates)
+        if (mask == columns)
+            return statement;
+    const QStringList names = storedColumns(entity);
+    QStringList assignments;
+    for (qsizetype c = 0; c < names.size(); ++c)
+        if (columns & (std::uint64_t(1) << c))
+            assignments << quoted(names[c]) + QStringLiteral(" = ?");
+    sqlite3_stmt* statement = prepare(QStringLiteral("UPDATE %1 SET %2 WHERE pk = ?").arg(quoted(entity.name()), assignments.join(QStringLiteral(", "))), status);
+    if (statement)
+        statements.updates.emplace_back(columns, statement);
+    return statement;
 }
 
 Status SqliteStore::save(const Changes& changes)
@@ -417,17 +444,15 @@ Status SqliteStore::save(const Changes& changes)
         Statements& st = m_statements[size_t(m_model.entityIndex(&entity))];
         if (!st.insert) {
             const QStringList columns = storedColumns(entity);
-            QStringList names, placeholders, assignments;
+            QStringList names, placeholders;
             for (const QString& c : columns) {
                 names << quoted(c);
                 placeholders << QStringLiteral("?");
-                assignments << quoted(c) + QStringLiteral(" = ?");
             }
             const QString table = quoted(entity.name());
             st.insert = prepare(QStringLiteral("INSERT INTO %1(pk, %2) VALUES (?, %3)").arg(table, names.join(QStringLiteral(", ")), placeholders.join(QStringLiteral(", "))), status);
-            st.update = prepare(QStringLiteral("UPDATE %1 SET %2 WHERE pk = ?").arg(table, assignments.join(QStringLiteral(", "))), status);
             st.remove = prepare(QStringLiteral("DELETE FROM %1 WHERE pk = ?").arg(table), status);
-            if (!st.insert || !st.update || !st.remove)
+            if (!st.insert || !st.remove)
                 return nullptr;
         }
         return &st;
@@ -441,6 +466,20 @@ Status SqliteStore::save(const Changes& changes)
         return rc == SQLITE_DONE;
     };
 
+    // A large save spills SQLite's small default page cache in the middle of the transaction; give it
+    // room for the duration of the save only.
+    const bool large = changes.inserted.size() + changes.updated.size() + changes.deleted.size() > 2000;
+    if (large)
+        exec("PRAGMA cache_size=-65536");
+    struct RestoreCache {
+        SqliteStore* store;
+        bool active;
+        ~RestoreCache()
+        {
+            if (active)
+                store->exec("PRAGMA cache_size=-2000");
+        }
+    } restoreCache {this, large};
     if (Status s = exec("BEGIN IMMEDIATE"); !s.isOk())
         return s;
     bool ok = true;
@@ -449,18 +488,19 @@ Status SqliteStore::save(const Changes& changes)
         if (!(ok = st != nullptr))
             break;
         sqlite3_bind_int64(st->insert, 1, r->primaryKey());
-        bindRecord(st->insert, *r, 2);
+        bindColumns(st->insert, *r, ~std::uint64_t(0), 2);
         if (!(ok = run(st->insert, *r)))
             break;
     }
     for (size_t i = 0; ok && i < changes.updated.size(); ++i) {
         Record* r = changes.updated[i];
         Statements* st = statementsFor(r->entity());
-        if (!(ok = st != nullptr))
+        sqlite3_stmt* update = st ? updateStatement(r->entity(), *st, r->m_changedColumns, status) : nullptr;
+        if (!(ok = update != nullptr))
             break;
-        bindRecord(st->update, *r, 1);
-        sqlite3_bind_int64(st->update, int(r->entity().attributes().size()) + r->entity().toOneCount() + 1, r->primaryKey());
-        ok = run(st->update, *r);
+        const int bound = bindColumns(update, *r, r->m_changedColumns);
+        sqlite3_bind_int64(update, bound + 1, r->primaryKey());
+        ok = run(update, *r);
     }
     for (size_t i = 0; ok && i < changes.deleted.size(); ++i) {
         Record* r = changes.deleted[i];

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QVariantMap>
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -63,7 +64,9 @@ private:
     Status exec(const QString& sql);
     Status error(const QString& what) const;
     sqlite3_stmt* prepare(const QString& sql, Status& status);
-    Status bindRecord(sqlite3_stmt* statement, const Record& record, int firstColumn);
+    // Binds the record's values of the given columns, in column order, from `firstParameter` on; returns
+    // the last parameter bound.
+    static int bindColumns(sqlite3_stmt* statement, const Record& record, std::uint64_t columns, int firstParameter = 1);
 
     QString m_path;
     const DataModel& m_model;
@@ -72,8 +75,10 @@ private:
     QString m_uuid;
     struct Statements {
         sqlite3_stmt* insert = nullptr;
-        sqlite3_stmt* update = nullptr;
         sqlite3_stmt* remove = nullptr;
+        // One update per set of changed columns.
+        std::vector<std::pair<std::uint64_t, sqlite3_stmt*>> updates;
     };
+    sqlite3_stmt* updateStatement(const EntityDescription& entity, Statements& statements, std::uint64_t columns, Status& status);
     std::vector<Statements> m_statements; // per entity, made on first save
 };

@@ -60,6 +60,8 @@ public:
     qint64 toInteger() const;
     double toDouble() const;
     QString toString() const;
+    // The text itself, without a copy; only for kind() == String.
+    const QString& stringRef() const { return *m_u.s; }
     QDateTime toDateTime() const;          // local time
     qint64 dateMSecs() const { return m_kind == Kind::Date ? m_u.i : 0; }
     QVariant toVariant() const;

@@ -163,3 +163,27 @@ TEST_F(TaskNameAnalyzerTest, QuickTypeInMakesTheTask)
     EXPECT_FALSE(quick.quickTypeInDone(QStringLiteral("@home#x y")).isOk());
     EXPECT_EQ(context->countForEntity(QStringLiteral("task")), 2);
 }
+
+// The index stands in for "name BEGINSWITH[c] %@" and "name LIKE[c] %@" fetches: it must give the
+// same first record for every text.
+TEST_F(TaskNameAnalyzerTest, NameIndexAnswersAsTheFetchWould)
+{
+    for (const char* name : {"home", "Home office", "HOME", "hom", "Émile", "émile's", "Straße", "a", "", "b", "home", "Ho"})
+        newContext(QString::fromUtf8(name));
+    NameIndex index(*context, QStringLiteral("context"));
+    auto first = [&](const char* format, const QString& text) -> Record* {
+        FetchRequest request(QStringLiteral("context"), Predicate::fromFormat(QLatin1String(format), {text}));
+        auto found = context->executeFetchRequest(request);
+        return found->empty() ? nullptr : found->front();
+    };
+    for (const char* text : {"home", "HOME", "ho", "h", "", "émile", "ÉMILE'S", "straße", "zz", "a", "b", "homes", "Home office"}) {
+        const QString t = QString::fromUtf8(text);
+        EXPECT_EQ(index.firstWithPrefix(t), first("name BEGINSWITH[c] %@", t)) << text;
+        EXPECT_EQ(index.firstEqual(t), first("name LIKE[c] %@", t)) << text;
+    }
+    // A change to the store is seen at the next lookup.
+    Context* fresh = newContext(QStringLiteral("Zebra"));
+    EXPECT_EQ(index.firstWithPrefix(QStringLiteral("zeb")), fresh);
+    context->deleteObject(fresh);
+    EXPECT_EQ(index.firstWithPrefix(QStringLiteral("zeb")), nullptr);
+}
