@@ -29,24 +29,12 @@ const Predicate& uncompletedQuery()
 
 TaskQueryResult Context::taskQuery(TaskCounter kind) const
 {
-    switch (kind) {
-    case TaskCounter::DueToday: return fetchTasks(*this, query(kind), {DateAnchors::todayEnd()});
-    case TaskCounter::DueTomorrow: return fetchTasks(*this, query(kind), {DateAnchors::tomorrowStart(), DateAnchors::tomorrowEnd()});
-    default: return fetchTasks(*this, query(kind));
-    }
+    return runFolderQuery(*this, query, kind);
 }
 
 void Context::countOwnTasks(std::optional<qint64> (&counts)[kTaskCounterKinds]) const
 {
-    Record* self = const_cast<Context*>(this);
-    const Predicate filled[] = {
-        query(TaskCounter::Pending).withArguments({self}),
-        query(TaskCounter::NextAction).withArguments({self}),
-        query(TaskCounter::DueToday).withArguments({self, DateAnchors::todayEnd()}),
-        query(TaskCounter::DueTomorrow).withArguments({self, DateAnchors::tomorrowStart(), DateAnchors::tomorrowEnd()}),
-    };
-    const Predicate* const predicates[] = {&filled[0], &filled[1], &filled[2], &filled[3]};
-    countMatches(tasks(), predicates, counts);
+    countFolderTasks(*this, tasks(), query, counts);
 }
 
 qint64 Context::pendingTasksCount() const
@@ -94,21 +82,6 @@ void Context::setParentContext(Context* parent)
     computePathNamesForContextAndSubcontexts();
 }
 
-void Context::computePathNamesForContextAndSubcontexts()
-{
-    QString path = name();
-    for (const Context* c = parentContext(); c; c = c->parentContext())
-        path = QStringLiteral("%1 > %2").arg(c->name(), path);
-    setPathName(path);
-    for (Record* child : subcontexts())
-        static_cast<Context*>(child)->computePathNamesForContextAndSubcontexts();
-}
-
-QString Context::displayPathNameForList() const
-{
-    return QString(depth(), QLatin1Char(' ')) + name();
-}
-
 std::optional<qint64> Context::displaySpecialIndex() const
 {
     if (parentContext())
@@ -143,22 +116,12 @@ void Context::calculateTaskPositions()
         static_cast<Task*>(t)->setPositionInContext(position++);
 }
 
-void Context::resetCountersFor(const Task* task)
-{
-    resetCounterForPendingTasks();
-    resetCounterForNextActionTasks();
-    if (task->dueDate().isValid()) {
-        resetCounterForDueTodayTasks();
-        resetCounterForDueTomorrowTasks();
-    }
-}
-
 void Context::addTasksObject(Task* task)
 {
     task->setToOne(Task::Rel::parentContext, this);
     // Counted after the task joined: the task itself counts when it is open.
     task->setPositionInContext(uncompletedTasksCount());
-    resetCountersFor(task);
+    resetTaskCounters(task->dueDate().isValid());
     if (isInbox())
         ModelEnvironment::instance().postInboxCountHasChanged(this);
 }
@@ -169,7 +132,7 @@ void Context::removeTasksObject(Task* task)
         return;
     task->setToOne(Task::Rel::parentContext, nullptr);
     calculateTaskPositions();
-    resetCountersFor(task);
+    resetTaskCounters(task->dueDate().isValid());
     if (isInbox())
         ModelEnvironment::instance().postInboxCountHasChanged(this);
 }

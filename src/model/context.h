@@ -42,8 +42,8 @@ public:
 
     QString displayName() const { return name(); }
     void setDisplayName(const QString&) {}
-    QString displayPathNameForList() const;
-    void computePathNamesForContextAndSubcontexts();
+    using TaskFolder::displayPathNameForList;
+    void computePathNamesForContextAndSubcontexts() { computePathNames(); }
     // The tree icon selector: none for a subcontext, -2/-1 for the Inbox over/within its limit, else
     // the stored specialIndex.
     std::optional<qint64> displaySpecialIndex() const;
@@ -107,7 +107,4 @@ public:
 protected:
     void storeValueForKey(int attribute, const Value& value) override;
     void storeRecordForKey(int relationship, Record* target) override;
-
-private:
-    void resetCountersFor(const Task* task);
 };

@@ -34,24 +34,12 @@ qint64 sizeOf(const TaskQueryResult& r)
 
 TaskQueryResult Project::taskQuery(TaskCounter kind) const
 {
-    switch (kind) {
-    case TaskCounter::DueToday: return fetchTasks(*this, query(kind), {DateAnchors::todayEnd()});
-    case TaskCounter::DueTomorrow: return fetchTasks(*this, query(kind), {DateAnchors::tomorrowStart(), DateAnchors::tomorrowEnd()});
-    default: return fetchTasks(*this, query(kind));
-    }
+    return runFolderQuery(*this, query, kind);
 }
 
 void Project::countOwnTasks(std::optional<qint64> (&counts)[kTaskCounterKinds]) const
 {
-    Record* self = const_cast<Project*>(this);
-    const Predicate filled[] = {
-        query(TaskCounter::Pending).withArguments({self}),
-        query(TaskCounter::NextAction).withArguments({self}),
-        query(TaskCounter::DueToday).withArguments({self, DateAnchors::todayEnd()}),
-        query(TaskCounter::DueTomorrow).withArguments({self, DateAnchors::tomorrowStart(), DateAnchors::tomorrowEnd()}),
-    };
-    const Predicate* const predicates[] = {&filled[0], &filled[1], &filled[2], &filled[3]};
-    countMatches(tasks(), predicates, counts);
+    countFolderTasks(*this, tasks(), query, counts);
 }
 
 TaskQueryResult Project::uncompletedTasks() const
@@ -128,21 +116,6 @@ void Project::computeCompletedStateForSubprojects()
         static_cast<Project*>(child)->setCompleted(completed());
 }
 
-void Project::computePathNamesForProjectAndSubprojects()
-{
-    QString path = name();
-    for (const Project* p = parentProject(); p; p = p->parentProject())
-        path = QStringLiteral("%1 > %2").arg(p->name(), path);
-    setPathName(path);
-    for (Record* child : subprojects())
-        static_cast<Project*>(child)->computePathNamesForProjectAndSubprojects();
-}
-
-QString Project::displayPathNameForList() const
-{
-    return QString(depth(), QLatin1Char(' ')) + name();
-}
-
 std::optional<QStringList> Project::displayDefaultTags() const
 {
     const Value& v = primitiveValue(Attr::defaultTags);
@@ -181,21 +154,11 @@ void Project::calculateTaskPositions()
         static_cast<Task*>(t)->setPositionInProject(position++);
 }
 
-void Project::resetCountersFor(const Task* task)
-{
-    resetCounterForPendingTasks();
-    resetCounterForNextActionTasks();
-    if (task->dueDate().isValid()) {
-        resetCounterForDueTodayTasks();
-        resetCounterForDueTomorrowTasks();
-    }
-}
-
 void Project::addTasksObject(Task* task)
 {
     task->setToOne(Task::Rel::parentProject, this);
     task->setPositionInProject(uncompletedTasksCount());
-    resetCountersFor(task);
+    resetTaskCounters(task->dueDate().isValid());
 }
 
 void Project::removeTasksObject(Task* task)
@@ -204,7 +167,7 @@ void Project::removeTasksObject(Task* task)
         return;
     task->setToOne(Task::Rel::parentProject, nullptr);
     calculateTaskPositions();
-    resetCountersFor(task);
+    resetTaskCounters(task->dueDate().isValid());
 }
 
 void Project::removeSubprojectsObject(Project* project)

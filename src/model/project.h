@@ -45,8 +45,8 @@ public:
 
     QString displayName() const { return name(); }
     void setDisplayName(const QString&) {}
-    QString displayPathNameForList() const;
-    void computePathNamesForProjectAndSubprojects();
+    using TaskFolder::displayPathNameForList;
+    void computePathNamesForProjectAndSubprojects() { computePathNames(); }
     void computeActiveStateForSubprojects();
     void computeCompletedStateForSubprojects();
     std::optional<QStringList> displayDefaultTags() const;
@@ -107,7 +107,4 @@ public:
 protected:
     void storeValueForKey(int attribute, const Value& value) override;
     void storeRecordForKey(int relationship, Record* target) override;
-
-private:
-    void resetCountersFor(const Task* task);
 };

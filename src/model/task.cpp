@@ -31,14 +31,8 @@ ArchiveCategory* Task::parentArchiveCategory() const
 template <typename Folder>
 static void resetFolderCounters(Folder* folder, bool withDue)
 {
-    if (!folder)
-        return;
-    folder->resetCounterForPendingTasks();
-    folder->resetCounterForNextActionTasks();
-    if (withDue) {
-        folder->resetCounterForDueTodayTasks();
-        folder->resetCounterForDueTomorrowTasks();
-    }
+    if (folder)
+        folder->resetTaskCounters(withDue);
 }
 
 void Task::resetParentCounters()

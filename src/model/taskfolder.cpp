@@ -1,5 +1,6 @@
 #include "model/taskfolder.h"
 
+#include "model/dateanchors.h"
 #include "store/objectcontext.h"
 #include "store/predicate.h"
 
@@ -72,4 +73,34 @@ bool DeferredRenumbering::defer(Record* folder, void (*renumber)(Record*))
             return true;
     p.folders.emplace_back(folder, renumber);
     return true;
+}
+
+namespace {
+QList<PredicateArgument> folderQueryArguments(const Record& folder, TaskCounter kind)
+{
+    Record* self = const_cast<Record*>(&folder);
+    switch (kind) {
+    case TaskCounter::DueToday: return {self, DateAnchors::todayEnd()};
+    case TaskCounter::DueTomorrow: return {self, DateAnchors::tomorrowStart(), DateAnchors::tomorrowEnd()};
+    default: return {self};
+    }
+}
+} // namespace
+
+TaskQueryResult runFolderQuery(const Record& folder, FolderQueries queries, TaskCounter kind)
+{
+    const QList<PredicateArgument> arguments = folderQueryArguments(folder, kind);
+    return fetchTasks(folder, queries(kind), arguments.mid(1));
+}
+
+void countFolderTasks(const Record& folder, const std::vector<Record*>& tasks, FolderQueries queries,
+                      std::optional<qint64> (&counts)[kTaskCounterKinds])
+{
+    Predicate filled[kTaskCounterKinds];
+    const Predicate* predicates[kTaskCounterKinds];
+    for (int k = 0; k < kTaskCounterKinds; ++k) {
+        filled[k] = queries(TaskCounter(k)).withArguments(folderQueryArguments(folder, TaskCounter(k)));
+        predicates[k] = &filled[k];
+    }
+    countMatches(tasks, predicates, counts);
 }

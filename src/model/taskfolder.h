@@ -66,6 +66,32 @@ public:
         }
     }
 
+    // The pending and next-action counters, and the due ones when `withDue`.
+    void resetTaskCounters(bool withDue)
+    {
+        resetCounter(TaskCounter::Pending);
+        resetCounter(TaskCounter::NextAction);
+        if (withDue) {
+            resetCounter(TaskCounter::DueToday);
+            resetCounter(TaskCounter::DueTomorrow);
+        }
+    }
+
+    // The path: the names from the root down, joined with " > "; here and in the whole subtree.
+    void computePathNames()
+    {
+        Folder& folder = static_cast<Folder&>(*this);
+        QString path = folder.name();
+        for (const Folder* f = folder.parentFolder(); f; f = f->parentFolder())
+            path = QStringLiteral("%1 > %2").arg(f->name(), path);
+        folder.setPathName(path);
+        for (Record* child : folder.childFolders())
+            static_cast<Folder*>(child)->computePathNames();
+    }
+
+    // The name behind one blank per ancestor.
+    QString displayPathNameForList() const { return QString(depth(), QLatin1Char(' ')) + self().name(); }
+
     bool isCounterComputed(TaskCounter kind, bool subtree) const { return (subtree ? m_subtree : m_own)[int(kind)].has_value(); }
 
     // "%d children", "1 child" or "".
@@ -108,6 +134,13 @@ public:
     // True when the renumbering of `folder` was put off (run it later with `renumber`).
     static bool defer(Record* folder, void (*renumber)(Record*));
 };
+
+// The four queries of a context or project, each a template with the folder as first argument; the due
+// ones take the anchors "Today 23:59", and "Tomorrow 00:00" and "Tomorrow 23:59".
+using FolderQueries = const Predicate& (*)(TaskCounter);
+TaskQueryResult runFolderQuery(const Record& folder, FolderQueries queries, TaskCounter kind);
+void countFolderTasks(const Record& folder, const std::vector<Record*>& tasks, FolderQueries queries,
+                      std::optional<qint64> (&counts)[kTaskCounterKinds]);
 
 // Runs a task query: the predicate template filled with the folder and any further arguments.
 TaskQueryResult fetchTasks(const Record& folder, const Predicate& templatePredicate, const QList<PredicateArgument>& more = {});

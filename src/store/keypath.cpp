@@ -80,6 +80,9 @@ KeyValue KeyPath::evaluate(const Record& record) const
 KeyRef KeyPath::evaluateRef(const Record& record, Value& scratch) const
 {
     static const Value null;
+    // Most keys are one attribute of the record itself.
+    if (m_boundEntity == &record.entity() && m_boundOk && m_steps.size() == 1 && m_steps[0].kind == Step::Kind::Attribute)
+        return {&record.primitiveValue(m_steps[0].index)};
     KeyRef out {&null};
     if (!bind(record.entity()))
         return out;
