@@ -187,3 +187,34 @@ TEST_F(TaskNameAnalyzerTest, NameIndexAnswersAsTheFetchWould)
     context->deleteObject(fresh);
     EXPECT_EQ(index.firstWithPrefix(QStringLiteral("zeb")), nullptr);
 }
+
+// The date rows again, read by the real natural-language reader under the fixed clock
+// (Sunday 22 November 2026).
+TEST_F(TaskNameAnalyzerTest, DatesThroughTheNaturalLanguageReader)
+{
+    struct Row {
+        const char* line;
+        const char* name;
+        QDate start, due;
+    };
+    const Row rows[] = {
+        {"Write report #tomorrow", "Write report", {}, {2026, 11, 23}},
+        {"Write report #today, next friday", "Write report", {2026, 11, 22}, {2026, 11, 27}},
+        {"#tomorrow", "", {}, {2026, 11, 23}},
+        {"Fix bug: see #12", "Fix bug", {}, {}},
+        {"Trip #Jan 5, 2027", "Trip", {2027, 1, 5}, {}},
+        {"Call #monday,", "Call", {2026, 11, 23}, {}},
+    };
+    TaskNameAnalyzer analyzer(*context);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.line);
+        auto parsed = analyzer.parseTaskName(QString::fromUtf8(row.line));
+        ASSERT_TRUE(parsed.isOk());
+        EXPECT_EQ(parsed->name, QString::fromUtf8(row.name));
+        EXPECT_EQ(parsed->startDate ? parsed->startDate->date() : QDate(), row.start);
+        EXPECT_EQ(parsed->dueDate ? parsed->dueDate->date() : QDate(), row.due);
+        if (parsed->dueDate) {
+            EXPECT_EQ(parsed->dueDate->time(), QTime(0, 0)) << "a date without a time starts the day, as \"Today\" does";
+        }
+    }
+}
