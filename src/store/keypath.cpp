@@ -129,3 +129,10 @@ int KeyPath::singleToOneRelationship(const EntityDescription& entity) const
         return -1;
     return m_steps[0].index;
 }
+
+int KeyPath::singleAttribute(const EntityDescription& entity) const
+{
+    if (!bind(entity) || m_steps.size() != 1 || m_steps[0].kind != Step::Kind::Attribute)
+        return -1;
+    return m_steps[0].index;
+}

@@ -44,6 +44,8 @@ public:
     // Reads the path; Null when it does not exist on the record's entity.
     KeyValue evaluate(const Record& record) const;
     KeyRef evaluateRef(const Record& record, Value& scratch) const;
+    // The attribute index when the whole path is one attribute of `entity`, else -1.
+    int singleAttribute(const EntityDescription& entity) const;
     // The relationship index when the whole path is one to-one relationship of `entity`, else -1.
     int singleToOneRelationship(const EntityDescription& entity) const;
 

@@ -92,8 +92,74 @@ bool textTest(ComparisonOp op, const KeyRef& a, const KeyRef& b, bool caseInsens
     }
 }
 
+void prepareFastPath(const Node& node, const EntityDescription& entity)
+{
+    using Kind = Predicate::Node::FastPath::Kind;
+    node.fast = {&entity, Kind::General, -1};
+    if (node.lhs.kind != PredicateOperand::Kind::KeyPath)
+        return;
+    const bool ordering = node.op == ComparisonOp::Less || node.op == ComparisonOp::LessOrEqual || node.op == ComparisonOp::Greater
+        || node.op == ComparisonOp::GreaterOrEqual;
+    const bool equality = node.op == ComparisonOp::Equal || node.op == ComparisonOp::NotEqual;
+    if (node.rhs.kind == PredicateOperand::Kind::Constant && (equality || ordering) && node.rhs.constant.kind() != Value::Kind::String) {
+        if (const int a = node.lhs.path.singleAttribute(entity); a >= 0)
+            node.fast = {&entity, Kind::AttributeWithConstant, a};
+    } else if (node.rhs.kind == PredicateOperand::Kind::RecordConstant && equality) {
+        if (const int r = node.lhs.path.singleToOneRelationship(entity); r >= 0)
+            node.fast = {&entity, Kind::RelationshipWithRecord, r};
+    }
+}
+
+// The same rules as the general path: NULL equals only NULL, orders nothing.
+bool compareWithConstant(ComparisonOp op, const Value& v, const Value& c)
+{
+    if (op == ComparisonOp::Equal || op == ComparisonOp::NotEqual) {
+        bool equal;
+        if (v.isNull() || c.isNull())
+            equal = v.isNull() && c.isNull();
+        else if (v.isIntegral() && c.isIntegral())
+            equal = v.integral() == c.integral();
+        else {
+            const auto r = Value::compare(v, c);
+            equal = r && *r == 0;
+        }
+        return op == ComparisonOp::Equal ? equal : !equal;
+    }
+    int order;
+    if (v.isNull() || c.isNull())
+        return false;
+    if (v.kind() == Value::Kind::Date && c.kind() == Value::Kind::Date) {
+        order = v.dateMSecs() < c.dateMSecs() ? -1 : (v.dateMSecs() > c.dateMSecs() ? 1 : 0);
+    } else if (v.isIntegral() && c.isIntegral()) {
+        order = v.integral() < c.integral() ? -1 : (v.integral() > c.integral() ? 1 : 0);
+    } else {
+        const auto r = Value::compare(v, c);
+        if (!r)
+            return false;
+        order = *r;
+    }
+    switch (op) {
+    case ComparisonOp::Less: return order < 0;
+    case ComparisonOp::LessOrEqual: return order <= 0;
+    case ComparisonOp::Greater: return order > 0;
+    default: return order >= 0;
+    }
+}
+
 bool evaluateComparison(const Node& node, const Record& record)
 {
+    if (node.fast.entity != &record.entity())
+        prepareFastPath(node, record.entity());
+    switch (node.fast.kind) {
+    case Predicate::Node::FastPath::Kind::AttributeWithConstant:
+        return compareWithConstant(node.op, record.primitiveValue(node.fast.index), node.rhs.constant);
+    case Predicate::Node::FastPath::Kind::RelationshipWithRecord: {
+        const bool equal = record.toOne(node.fast.index) == node.rhs.record;
+        return node.op == ComparisonOp::Equal ? equal : !equal;
+    }
+    case Predicate::Node::FastPath::Kind::General: break;
+    }
+
     Value scratchA, scratchB;
     const KeyRef a = operandValue(node.lhs, record, scratchA);
     const KeyRef b = operandValue(node.rhs, record, scratchB);

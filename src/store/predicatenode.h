@@ -27,6 +27,17 @@ struct Predicate::Node {
     bool caseInsensitive = false;
     PredicateOperand lhs;
     PredicateOperand rhs;
+
+    // How a comparison is evaluated on records of `entity`, worked out on first use: most comparisons
+    // test one attribute against a literal, or one relationship against a record, and need none of the
+    // general machinery.
+    struct FastPath {
+        enum class Kind { General, AttributeWithConstant, RelationshipWithRecord };
+        const EntityDescription* entity = nullptr;
+        Kind kind = Kind::General;
+        int index = -1;
+    };
+    mutable FastPath fast;
 };
 
 // With `keepPlaceholders`, "%@" stays open (Placeholder operands) and `arguments` is not used.

@@ -34,6 +34,16 @@ public:
     bool isDeleted() const { return m_deleted; }
 
     const Value& primitiveValue(int attribute) const { return m_values[size_t(attribute)]; }
+    // Asks the processor to start loading the record's values and links: a loop over many records calls
+    // this a few records ahead of the one it reads.
+    void prefetch() const
+    {
+        __builtin_prefetch(m_values.get());
+        __builtin_prefetch(m_values.get() + 4);
+        __builtin_prefetch(m_values.get() + 8);
+        __builtin_prefetch(m_values.get() + 16);
+        __builtin_prefetch(m_toOne.get());
+    }
     void setPrimitiveValue(int attribute, Value value);
 
     Record* toOne(int relationship) const;

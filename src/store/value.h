@@ -54,6 +54,9 @@ public:
     Kind kind() const { return m_kind; }
     bool isNull() const { return m_kind == Kind::Null; }
     bool isNumeric() const { return m_kind == Kind::Bool || m_kind == Kind::Integer || m_kind == Kind::Double; }
+    // Booleans and integers, read without a call: for the predicate evaluator's fast path.
+    bool isIntegral() const { return m_kind == Kind::Bool || m_kind == Kind::Integer; }
+    qint64 integral() const { return m_kind == Kind::Bool ? qint64(m_u.b) : m_u.i; }
 
     // Readers follow the platform's rules for absent values: false, 0, 0.0, a null QString, an invalid date.
     bool toBool() const;
