@@ -38,10 +38,10 @@ public:
     // this a few records ahead of the one it reads.
     void prefetch() const
     {
-        __builtin_prefetch(m_values.get());
-        __builtin_prefetch(m_values.get() + 4);
-        __builtin_prefetch(m_values.get() + 8);
-        __builtin_prefetch(m_values.get() + 16);
+        const Value* values = m_values.get();
+        const size_t count = m_entity->attributes().size();
+        for (size_t i = 0; i < count; i += 64 / sizeof(Value))
+            __builtin_prefetch(values + i);
         __builtin_prefetch(m_toOne.get());
     }
     void setPrimitiveValue(int attribute, Value value);
