@@ -94,4 +94,19 @@ QDateTime addCalendarMonths(const QDateTime& date, int months)
     return target.isValid() ? localDateTime(target, local.time()) : QDateTime();
 }
 
+qsizetype twoDigitYearAt(const QString& format)
+{
+    for (qsizetype i = 0; i < format.size(); ++i) {
+        if (format[i] != u'y')
+            continue;
+        qsizetype end = i;
+        while (end < format.size() && format[end] == u'y')
+            ++end;
+        if (end - i == 2)
+            return i;
+        i = end;
+    }
+    return -1;
+}
+
 } // namespace DateAnchors

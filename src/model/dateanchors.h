@@ -42,4 +42,7 @@ QDateTime localDateTime(QDate date, QTime time);
 QDateTime addCalendarDays(const QDateTime& date, qint64 days);
 QDateTime addCalendarMonths(const QDateTime& date, int months);
 
+// Where a date format has a two-digit year ("M/d/yy"): the position of its "yy", else -1.
+qsizetype twoDigitYearAt(const QString& format);
+
 } // namespace DateAnchors

@@ -8,22 +8,6 @@ namespace {
 constexpr qint64 kDayMSecs = 86400 * 1000LL;
 constexpr qint64 kWeekMSecs = 7 * kDayMSecs;
 
-// Where the format has a two-digit year ("M/d/yy"): the position of its "yy", else -1.
-qsizetype twoDigitYearAt(const QString& format)
-{
-    for (qsizetype i = 0; i < format.size(); ++i) {
-        if (format[i] != u'y')
-            continue;
-        qsizetype end = i;
-        while (end < format.size() && format[end] == u'y')
-            ++end;
-        if (end - i == 2)
-            return i;
-        i = end;
-    }
-    return -1;
-}
-
 // Qt reads a two-digit year as 19yy. Put it instead in the century that brings it within fifty years of
 // the current year, so that "3/4/26", which is how the short form shows 4 March 2026, reads back as 2026.
 QDate intoCurrentCentury(QDate date)
@@ -110,7 +94,7 @@ std::optional<QDateTime> MyDateFormatter::plusDays(const QString& text) const
 std::optional<QDateTime> MyDateFormatter::shortDate(const QString& text) const
 {
     QString format = m_locale.dateFormat(QLocale::ShortFormat);
-    const qsizetype yy = twoDigitYearAt(format);
+    const qsizetype yy = DateAnchors::twoDigitYearAt(format);
     QDate date = m_locale.toDate(text, format);
     if (date.isValid() && yy >= 0) {
         date = intoCurrentCentury(date);

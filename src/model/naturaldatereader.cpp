@@ -177,28 +177,12 @@ bool usable(QDate date)
     return date.isValid() && date.year() >= 1 && date.year() <= 9999;
 }
 
-// Where the format has a two-digit year ("M/d/yy"): the position of its "yy", else -1.
-qsizetype twoDigitYearAt(const QString& format)
-{
-    for (qsizetype i = 0; i < format.size(); ++i) {
-        if (format[i] != u'y')
-            continue;
-        qsizetype end = i;
-        while (end < format.size() && format[end] == u'y')
-            ++end;
-        if (end - i == 2)
-            return i;
-        i = end;
-    }
-    return -1;
-}
-
 // The locale's short date form, and the same with a four-digit year where that form has two digits.
 // Two-digit years are read as 2000-2099 (QLocale puts them in the 1900s).
 QDate localeShortDate(QStringView text, const QLocale& locale)
 {
     QString format = locale.dateFormat(QLocale::ShortFormat);
-    const qsizetype yy = twoDigitYearAt(format);
+    const qsizetype yy = DateAnchors::twoDigitYearAt(format);
     const QDate date = locale.toDate(text.toString(), format);
     if (date.isValid())
         return yy >= 0 ? QDate(2000 + date.year() % 100, date.month(), date.day()) : date;
