@@ -106,14 +106,7 @@ void Context::calculateTaskPositions()
 {
     if (DeferredRenumbering::defer(this, [](Record* r) { static_cast<Context*>(r)->calculateTaskPositions(); }))
         return;
-    FetchRequest request(QStringLiteral("task"), uncompletedQuery().withArguments({const_cast<Context*>(this)}));
-    request.sortDescriptors = {SortDescriptor(QStringLiteral("positionInContext"))};
-    auto tasks = managedObjectContext()->executeFetchRequest(request);
-    if (!tasks)
-        return;
-    qint64 position = 1;
-    for (Record* t : *tasks)
-        static_cast<Task*>(t)->setPositionInContext(position++);
+    renumberOpenTasks(*this, uncompletedQuery(), Task::Attr::positionInContext);
 }
 
 void Context::addTasksObject(Task* task)

@@ -144,14 +144,7 @@ void Project::calculateTaskPositions()
 {
     if (DeferredRenumbering::defer(this, [](Record* r) { static_cast<Project*>(r)->calculateTaskPositions(); }))
         return;
-    FetchRequest request(QStringLiteral("task"), uncompletedQuery().withArguments({const_cast<Project*>(this)}));
-    request.sortDescriptors = {SortDescriptor(QStringLiteral("positionInProject"))};
-    auto tasks = managedObjectContext()->executeFetchRequest(request);
-    if (!tasks)
-        return;
-    qint64 position = 1;
-    for (Record* t : *tasks)
-        static_cast<Task*>(t)->setPositionInProject(position++);
+    renumberOpenTasks(*this, uncompletedQuery(), Task::Attr::positionInProject);
 }
 
 void Project::addTasksObject(Task* task)

@@ -111,3 +111,16 @@ void countFolderTasks(const Record& folder, const std::vector<Record*>& tasks, F
     }
     countMatches(tasks, predicates, counts);
 }
+
+void renumberOpenTasks(Record& folder, const Predicate& openTasks, int positionAttribute)
+{
+    FetchRequest request(QStringLiteral("task"), openTasks.withArguments({&folder}));
+    const QString key = folder.managedObjectContext()->model().entity(u"task")->attributes()[size_t(positionAttribute)].name;
+    request.sortDescriptors = {SortDescriptor(key)};
+    auto tasks = folder.managedObjectContext()->executeFetchRequest(request);
+    if (!tasks)
+        return;
+    qint64 position = 1;
+    for (Record* t : *tasks)
+        t->setPrimitiveValue(positionAttribute, Value::integer(position++));
+}

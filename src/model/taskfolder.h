@@ -142,5 +142,10 @@ TaskQueryResult runFolderQuery(const Record& folder, FolderQueries queries, Task
 void countFolderTasks(const Record& folder, const std::vector<Record*>& tasks, FolderQueries queries,
                       std::optional<qint64> (&counts)[kTaskCounterKinds]);
 
+// Numbers a folder's open tasks 1..n in their present order: `openTasks` is the folder's open-task
+// query (a template taking the folder), `positionAttribute` the task attribute that holds the order.
+// A failed fetch changes nothing.
+void renumberOpenTasks(Record& folder, const Predicate& openTasks, int positionAttribute);
+
 // Runs a task query: the predicate template filled with the folder and any further arguments.
 TaskQueryResult fetchTasks(const Record& folder, const Predicate& templatePredicate, const QList<PredicateArgument>& more = {});

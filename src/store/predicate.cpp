@@ -285,15 +285,20 @@ Result<Predicate> Predicate::parse(const QString& format, const QList<PredicateA
     return Predicate(*root);
 }
 
-Predicate Predicate::fromFormat(const QString& format, const QList<PredicateArgument>& arguments)
+// For predicates the program writes itself: a parse error is logged and the result matches nothing.
+Predicate Predicate::orMatchNothing(Result<Predicate> parsed)
 {
-    auto parsed = parse(format, arguments);
     if (parsed)
         return *parsed;
     logLine(QStringLiteral("Bad predicate: ") + parsed.status().message());
     auto node = std::make_shared<Node>();
     node->kind = Node::Kind::False;
     return Predicate(node);
+}
+
+Predicate Predicate::fromFormat(const QString& format, const QList<PredicateArgument>& arguments)
+{
+    return orMatchNothing(parse(format, arguments));
 }
 
 Result<Predicate> Predicate::parseTemplate(const QString& format)
@@ -306,13 +311,7 @@ Result<Predicate> Predicate::parseTemplate(const QString& format)
 
 Predicate Predicate::templateFromFormat(const QString& format)
 {
-    auto parsed = parseTemplate(format);
-    if (parsed)
-        return *parsed;
-    logLine(QStringLiteral("Bad predicate: ") + parsed.status().message());
-    auto node = std::make_shared<Node>();
-    node->kind = Node::Kind::False;
-    return Predicate(node);
+    return orMatchNothing(parseTemplate(format));
 }
 
 Predicate Predicate::withArguments(const QList<PredicateArgument>& arguments) const

@@ -72,6 +72,7 @@ public:
 
 private:
     friend struct PredicateAccess;
+    static Predicate orMatchNothing(Result<Predicate> parsed);
     explicit Predicate(std::shared_ptr<const Node> root) : m_root(std::move(root)) {}
     std::shared_ptr<const Node> m_root;
 };
