@@ -28,6 +28,11 @@ const Command kCommands[] = {
     {"duplicate", runDuplicate, "duplicate URI       copy a task"},
     {"cleanup", runCleanup, "cleanup             clean up completed tasks"},
     {"archive", runArchive, "archive URI... --category NAME [--tags T]   file tasks in an archive category"},
+    {"list", runList, "list [--view contexts|projects|to-complete|completed|archive] [--folder PATH] [--time-mode N]\n"
+                      "       [--owner-mode N] [--flagged|--no-flagged] [--next-actions|--no-next-actions] [--completed]\n"
+                      "       [--search TEXT] [--sort KEYS] [--json]   the tasks of a view as it shows them"},
+    {"move", runMove, "move URI --to-position N|--top|--bottom|--up|--down [--view contexts|projects] [--folder PATH]\n"
+                      "                      move a task in the user's own order of a context or project"},
     {"folders", runFolders, "folders [--contexts|--projects|--smart-folders|--archive]   folders with their counters"},
 };
 

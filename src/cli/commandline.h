@@ -29,6 +29,8 @@ public:
     // message is already printed and the exit status to use is returned.
     std::optional<int> openStore();
     CoreData_AppDelegate& appDelegate() { return *m_delegate; }
+    // The preferences openStore read; valid after it succeeded.
+    Preferences& preferences() { return *m_preferences; }
     // How many tasks the start-up pass of openStore cleaned up.
     int cleanedUpAtStart() const { return m_cleanedUpAtStart; }
 
@@ -57,6 +59,8 @@ int runFolders(CommandEnvironment& env);
 int runParse(CommandEnvironment& env);
 int runAdd(CommandEnvironment& env);
 int runDate(CommandEnvironment& env);
+int runList(CommandEnvironment& env);
+int runMove(CommandEnvironment& env);
 
 // Parses the global options and runs the command. Without a command: runs the desktop program.
 int runCommandLine(const QStringList& arguments);

@@ -340,4 +340,6 @@ void Task::describe(EntityDescription& entity)
     entity.addRelationship({QStringLiteral("parentContext"), QStringLiteral("context"), false, QStringLiteral("tasks")});
     entity.addRelationship({QStringLiteral("parentProject"), QStringLiteral("project"), false, QStringLiteral("tasks")});
     entity.addRelationship({QStringLiteral("parentArchiveCategory"), QStringLiteral("archiveCategory"), false, QStringLiteral("tasks")});
+    // The tables sort by it.
+    entity.addDerivedKey({QStringLiteral("status"), [](const Record& r) { return Value::integer(static_cast<const Task&>(r).status()); }, {}});
 }

@@ -1,0 +1,84 @@
+#include "lists/naturalorderabletasksarraycontroller.h"
+
+#include "model/task.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+NaturalOrderableTasksArrayController::NaturalOrderableTasksArrayController(TabViewController& views, TaskView view, QString positionKey)
+    : TasksArrayController(views, view), m_positionKey(std::move(positionKey))
+{
+}
+
+bool NaturalOrderableTasksArrayController::sortsByPositionFirst() const
+{
+    return !sortDescriptors().isEmpty() && sortDescriptors().front().key() == m_positionKey;
+}
+
+void NaturalOrderableTasksArrayController::moveToPosition(int count)
+{
+    const std::vector<Task*> selected = selectedObjects();
+    if (selected.empty()) {
+        rearrangeObjects();
+        return;
+    }
+    const bool inContext = m_positionKey == QLatin1String("positionInContext");
+    auto position = [inContext](const Task* t) { return t->primitiveValue(inContext ? Task::Attr::positionInContext : Task::Attr::positionInProject); };
+    auto setPosition = [inContext](Task* t, const Value& v) {
+        t->setPrimitiveValue(inContext ? Task::Attr::positionInContext : Task::Attr::positionInProject, v);
+    };
+
+    std::vector<Task*> shown = arrangedObjects();
+    std::vector<Record*> byPosition(shown.begin(), shown.end());
+    sortRecords(byPosition, {SortDescriptor(m_positionKey, true)});
+    std::vector<Value> values;
+    values.reserve(byPosition.size());
+    for (Record* r : byPosition)
+        values.push_back(position(static_cast<Task*>(r)));
+
+    const std::unordered_set<Task*> chosen(selected.begin(), selected.end());
+    std::vector<Task*> order;
+    order.reserve(byPosition.size());
+    int taken = 0;
+    for (Record* r : byPosition) // the first `count` unselected tasks
+        if (!chosen.contains(static_cast<Task*>(r)) && taken < count) {
+            order.push_back(static_cast<Task*>(r));
+            ++taken;
+        }
+    for (Record* r : byPosition)
+        if (chosen.contains(static_cast<Task*>(r)))
+            order.push_back(static_cast<Task*>(r));
+    int skipped = 0;
+    for (Record* r : byPosition)
+        if (!chosen.contains(static_cast<Task*>(r)) && skipped++ >= count)
+            order.push_back(static_cast<Task*>(r));
+
+    for (size_t k = 0; k < order.size(); ++k)
+        if (!(position(order[k]) == values[k]))
+            setPosition(order[k], values[k]);
+    rearrangeObjects();
+}
+
+void NaturalOrderableTasksArrayController::moveToBottom()
+{
+    if (selectedObjects().empty())
+        return;
+    moveToPosition(int(arrangedObjects().size()));
+}
+
+void NaturalOrderableTasksArrayController::moveUp()
+{
+    const int first = firstSelectionIndex();
+    if (first > 0)
+        moveToPosition(first - 1);
+}
+
+void NaturalOrderableTasksArrayController::moveDown()
+{
+    const int last = lastSelectionIndex();
+    if (last < 0)
+        return;
+    const int p = last - int(selectedObjects().size()) + 2;
+    if (p < int(arrangedObjects().size()))
+        moveToPosition(p);
+}

@@ -1,0 +1,124 @@
+#include "lists/projecttasksarraycontroller.h"
+
+#include "app/preferences.h"
+#include "lists/contextarraycontroller.h"
+#include "lists/listhost.h"
+#include "lists/projectarraycontroller.h"
+#include "lists/tabviewcontroller.h"
+#include "lists/taskcreation.h"
+#include "model/context.h"
+#include "model/project.h"
+#include "model/task.h"
+
+ProjectTasksArrayController::ProjectTasksArrayController(TabViewController& views)
+    : NaturalOrderableTasksArrayController(views, TaskView::Projects, QStringLiteral("positionInProject"))
+{
+}
+
+void ProjectTasksArrayController::setCompletedMode(bool on)
+{
+    m_completedMode = on;
+    updatePredicate();
+}
+
+std::vector<Task*> ProjectTasksArrayController::content() const
+{
+    std::vector<Task*> tasks;
+    for (Project* project : viewSwitcher().projectController().selectedObjects())
+        for (Record* r : project->tasks())
+            tasks.push_back(static_cast<Task*>(r));
+    return tasks;
+}
+
+void ProjectTasksArrayController::updatePredicate()
+{
+    const ViewModes m = modes();
+    // No test of the project's own `active` flag here, and no next-actions mode.
+    QList<Predicate> terms{term(QStringLiteral("archived == 0"))};
+    if (auto time = timeModeTerm(m.timeMode, TimeTermStyle::TaskOnly))
+        terms << term(*time);
+    if (auto owner = ownerModeTerm(m.ownerMode))
+        terms << term(*owner);
+    if (m.flagged)
+        terms << term(flaggedModeTerm());
+    // "<>1" shows a task whose flag was never set, where the context list's "== 0" hides it.
+    if (!m_completedMode)
+        terms << term(QStringLiteral("cleanedUp<>1"));
+    installPredicate(terms);
+}
+
+void ProjectTasksArrayController::taskCountsHasChanged()
+{
+    host().rearrangeFolderTree(TaskView::Projects);
+}
+
+QString ProjectTasksArrayController::currentTasksFolderName() const
+{
+    Project* project = viewSwitcher().projectController().selectedObject();
+    return project ? project->name() : QString("");
+}
+
+bool ProjectTasksArrayController::isNaturalOrdered() const
+{
+    return viewSwitcher().projectController().selectedObjects().size() <= 1 && !m_completedMode && sortsByPositionFirst();
+}
+
+Task* ProjectTasksArrayController::insertNewTask()
+{
+    return addNewTask(QStringLiteral("New task"), viewSwitcher().projectController().selectedObject(), QString(""), QString(), false);
+}
+
+void ProjectTasksArrayController::handlePastedTask(Task* task)
+{
+    task->setParentProject(viewSwitcher().projectController().selectedObject());
+    task->setArchived(false);
+}
+
+Task* ProjectTasksArrayController::addNewTask(const QString& name, Project* project, const QString& content, const QString& url, bool noGUI)
+{
+    Task* selected = selectedObject();
+    Context* context = nullptr;
+    if (selected && selected->parentContext() && preferences().boolForKey(QStringLiteral("copyContainerToNewTasks")))
+        context = selected->parentContext();
+    else if (project && project->defaultContext())
+        context = project->defaultContext();
+    else
+        context = viewSwitcher().contextController().inboxContext();
+
+    NewTask values;
+    values.name = name;
+    values.context = context;
+    values.project = project;
+    values.content = content;
+    values.url = url;
+    values.tags = project ? project->defaultTags() : QString();
+    if (selected && preferences().boolForKey(QStringLiteral("copyPriorityToNewTasks")))
+        values.priority = selected->priority();
+    Task* task = ::addNewTask(store(), values);
+    if (!noGUI) {
+        const ViewModes m = modes();
+        if (m.timeMode == 3)
+            task->setMaybe(true);
+        if (m.ownerMode == 2)
+            task->setWaitingFor(true);
+    }
+    rearrangeObjects();
+    taskCountsHasChanged();
+    if (noGUI)
+        return task;
+
+    const int row = firstSelectionIndex();
+    clearSearchAndRebuild();
+    if (project)
+        viewSwitcher().projectController().selectRecord(project);
+    updatePredicate();
+    selectObject(task);
+    if (isNaturalOrdered() && row >= 0)
+        moveToPosition(row + 1);
+    viewSwitcher().selectTab(TaskView::Projects);
+    host().focusTaskTable();
+    host().bringMainWindowToFront(false);
+    host().activateApplication();
+    host().beginEditing(task, QStringLiteral("name"));
+    return task;
+}

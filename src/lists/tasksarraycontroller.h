@@ -1,0 +1,127 @@
+#pragma once
+
+#include "lists/viewmodes.h"
+#include "store/fetchrequest.h"
+#include "store/predicate.h"
+
+#include <QString>
+
+#include <optional>
+#include <vector>
+
+class ListHost;
+class ObjectContext;
+class Preferences;
+class TabViewController;
+class Task;
+
+// One task list: the tasks of its content that pass its filter predicate, in its sort order, with a
+// selection. The arrangement changes only when the list re-arranges (rearrangeObjects), not on every
+// read: a task that stops passing the filter stays on show until the next re-arrangement, as in a
+// table the user is looking at. Deleted tasks leave at the next re-arrangement. A re-arrangement is computed when the
+// arrangement is next read, so lists nobody looks at cost nothing.
+//
+// The commands act on the selected tasks in selection order.
+class TasksArrayController {
+public:
+    TasksArrayController(TabViewController& views, TaskView view);
+    virtual ~TasksArrayController();
+    TasksArrayController(const TasksArrayController&) = delete;
+    TasksArrayController& operator=(const TasksArrayController&) = delete;
+
+    TabViewController& viewSwitcher() const { return m_views; }
+    TaskView view() const { return m_view; }
+    ObjectContext& store() const;
+    Preferences& preferences() const;
+    ListHost& host() const;
+    ViewModes modes() const;
+
+    // What the list draws from before filtering.
+    virtual std::vector<Task*> content() const { return {}; }
+
+    const std::optional<Predicate>& filterPredicate() const { return m_filter; }
+    void setFilterPredicate(std::optional<Predicate> predicate);
+    const QList<SortDescriptor>& sortDescriptors() const { return m_sort; }
+    void setSortDescriptors(QList<SortDescriptor> descriptors);
+    void rearrangeObjects();
+    const std::vector<Task*>& arrangedObjects() const;
+
+    // The selection keeps only tasks that are on show.
+    std::vector<Task*> selectedObjects() const;
+    Task* selectedObject() const;
+    void setSelectedObjects(std::vector<Task*> tasks);
+    void selectObject(Task* task) { setSelectedObjects(task ? std::vector<Task*>{task} : std::vector<Task*>{}); }
+    // Index in the arrangement of the first (last) selected task; -1 without a selection.
+    int firstSelectionIndex() const;
+    int lastSelectionIndex() const;
+
+    // Recomputes and installs the filter predicate from the modes, the folder selection and the search.
+    virtual void updatePredicate() {}
+    // The folder tree(s) beside the list read their counters again.
+    virtual void taskCountsHasChanged() {}
+    // The name of the first selected folder of the list's tree; "" without one.
+    virtual QString currentTasksFolderName() const { return QString(""); }
+    virtual bool isNaturalOrdered() const { return false; }
+    // The table's new-task command; the completed list makes none.
+    virtual Task* insertNewTask() { return nullptr; }
+    // Adapts a task that a paste or a drop has just put into this list.
+    virtual void handlePastedTask(Task*) {}
+
+    // Natural-order moves; only the context and project lists have them.
+    virtual void moveToPosition(int) {}
+    virtual void moveToTop() {}
+    virtual void moveToBottom() {}
+    virtual void moveUp() {}
+    virtual void moveDown() {}
+
+    void flagAsNextAction();
+    void waitForTask();
+    void markAsMaybe();
+    // Toggles done, then cleans up at once when "cleanUpImmediately" is on.
+    void markAsDone();
+    void cleanUpTasks();
+    void increaseEffort();
+    void decreaseEffort();
+    // "1" to "5": re-arranges after each task.
+    void setPriority(int priority);
+
+    void setStartDateToToday();
+    void setStartDateToDayEarlier();
+    void setStartDateToDayLater();
+    void setStartDateToEmpty();
+    void setStartDateToDueDate();
+    void setDueDateToToday();
+    void setDueDateToDayEarlier();
+    void setDueDateToDayLater();
+    void setDueDateToEmpty();
+    void setDueDateToStartDate();
+    void setBothDatesToDayEarlier();
+    void setBothDatesToDayLater();
+
+    // Selects the first row when nothing is selected, then opens the move-to sheet (not on an empty list).
+    void processAndReviewTasks();
+    // Deletes the selected tasks at once.
+    void remove();
+
+protected:
+    // The filter from terms in order, with the search as the last one; no terms: no filter.
+    void installPredicate(QList<Predicate> terms);
+    // "Today" for the "%@" of the mode terms, taken when the predicate is built.
+    static Predicate term(const QString& format);
+    // Clears the search, rebuilds every list's predicate: what a creation through the windows does first.
+    void clearSearchAndRebuild();
+
+private:
+    template <class Change>
+    void changeSelected(Change change, bool rearrange, bool counts);
+
+    TabViewController& m_views;
+    TaskView m_view;
+    std::optional<Predicate> m_filter;
+    QList<SortDescriptor> m_sort;
+    void arrange() const;
+
+    mutable std::vector<Task*> m_arranged;
+    mutable std::vector<Task*> m_selection;
+    mutable bool m_stale = true;
+};
