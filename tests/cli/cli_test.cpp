@@ -411,3 +411,122 @@ TEST_F(CliTest, ChangesThroughTheCommandLineKeepOrdersAndCounters)
     }
     EXPECT_EQ(dump(), before);
 }
+
+namespace {
+
+const char* kLists = R"({
+  "contexts": [{"uri": "c-home", "name": "Home", "pathName": "Home", "isInbox": false}],
+  "projects": [
+    {"uri": "p-garden", "name": "Garden", "pathName": "Garden", "active": true, "hasSingleTasks": false},
+    {"uri": "p-dormant", "name": "Dormant", "pathName": "Dormant", "active": false}
+  ],
+  "archiveCategories": [{"uri": "a-old", "name": "Old"}],
+  "tasks": [
+    {"uri": "t1", "name": "water", "priority": 2, "positionInContext": 1, "parentContext": "c-home", "parentProject": "p-garden", "positionInProject": 1,
+     "dueDate": "2026-11-25T09:00:00Z", "done": false, "archived": false, "cleanedUp": false, "maybe": false, "nextAction": true},
+    {"uri": "t2", "name": "Dig", "priority": 5, "positionInContext": 2, "parentContext": "c-home", "parentProject": "p-garden", "positionInProject": 2,
+     "done": false, "archived": false, "cleanedUp": false, "maybe": false},
+    {"uri": "t3", "name": "someday", "priority": 3, "positionInContext": 3, "parentContext": "c-home",
+     "done": false, "archived": false, "cleanedUp": false, "maybe": true},
+    {"uri": "t4", "name": "asleep", "priority": 3, "positionInContext": 4, "parentContext": "c-home", "parentProject": "p-dormant",
+     "done": false, "archived": false, "cleanedUp": false, "maybe": false},
+    {"uri": "t5", "name": "call", "priority": 1, "positionInContext": 5, "parentContext": "c-home", "content": "about the fence",
+     "dueDate": "2026-11-23T09:00:00Z", "done": false, "archived": false, "cleanedUp": false, "maybe": false},
+    {"uri": "t6", "name": "paid", "parentContext": "c-home", "done": true, "archived": false, "cleanedUp": true},
+    {"uri": "t7", "name": "filed", "parentArchiveCategory": "a-old", "archived": true}
+  ]
+})";
+
+QStringList taskNames(const QString& json)
+{
+    QStringList out;
+    for (const QJsonValue& v : QJsonDocument::fromJson(json.toUtf8()).array())
+        out << v.toObject().value(QStringLiteral("name")).toString();
+    return out;
+}
+
+} // namespace
+
+TEST_F(CliTest, ListShowsEachViewAsItWouldShow)
+{
+    ASSERT_EQ(vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load"), writeFile(QStringLiteral("l.json"), kLists)}).exitCode, 0);
+    struct Case {
+        QString arguments;
+        int exitCode;
+        QStringList names;
+    };
+    const Case cases[] = {
+        {QStringLiteral("--folder Home"), 0, {"call", "Dig", "water"}},
+        {QStringLiteral("--folder Home --time-mode 3"), 0, {"someday"}},
+        {QStringLiteral("--folder Home --sort natural"), 0, {"water", "Dig", "call"}},
+        {QStringLiteral("--folder Home --sort -priority"), 0, {"Dig", "water", "call"}},
+        {QStringLiteral("--folder Home --sort duedate"), 0, {"call", "water", "Dig"}},
+        {QStringLiteral("--folder Home --sort -duedate"), 0, {"water", "call", "Dig"}},
+        {QStringLiteral("--folder Home --flagged"), 0, {"water"}},
+        {QStringLiteral("--folder Home --next-actions"), 0, {"call", "water"}},
+        {QStringLiteral("--folder Home --search FENCE"), 0, {"call"}},
+        {QStringLiteral("--view projects --folder Dormant"), 0, {"asleep"}},
+        {QStringLiteral("--view projects --folder Garden --owner-mode 2"), 0, {}},
+        {QStringLiteral("--view to-complete"), 0, {"call", "Dig", "water"}},
+        {QStringLiteral("--view completed"), 0, {"paid"}},
+        {QStringLiteral("--view archive --folder Old"), 0, {"filed"}},
+        {QStringLiteral("--view archive"), 2, {}},
+        {QStringLiteral("--folder Home --time-mode 5"), 2, {}},
+        {QStringLiteral("--view projects --folder Garden --next-actions"), 2, {}},
+        {QStringLiteral("--view someplace"), 2, {}},
+        {QStringLiteral("--folder Nowhere"), 2, {}},
+        {QStringLiteral("--folder Home --sort context"), 2, {}},
+        {QStringLiteral("--folder Home"), 0, {"call", "Dig", "water"}}, // the modes above were for their runs only
+    };
+    for (const Case& c : cases) {
+        QStringList arguments{QStringLiteral("--data-dir"), dataDir(), QStringLiteral("list"), QStringLiteral("--json")};
+        arguments += c.arguments.split(QLatin1Char(' '));
+        const CliRun r = vyro(arguments);
+        EXPECT_EQ(r.exitCode, c.exitCode) << c.arguments.toStdString() << ": " << r.err.toStdString();
+        if (c.exitCode == 0)
+            EXPECT_EQ(taskNames(r.out), c.names) << c.arguments.toStdString();
+        else
+            EXPECT_TRUE(r.err.startsWith(QStringLiteral("vyro: list: "))) << r.err.toStdString();
+    }
+    const CliRun table = vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("list"), QStringLiteral("--folder"), QStringLiteral("Home")});
+    EXPECT_TRUE(table.out.startsWith(QStringLiteral("NAME"))) << table.out.toStdString();
+    EXPECT_TRUE(table.out.endsWith(QStringLiteral("3 tasks\n"))) << table.out.toStdString();
+}
+
+TEST_F(CliTest, MoveDealsOutThePositionsOfTheShownTasks)
+{
+    ASSERT_EQ(vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load"), writeFile(QStringLiteral("l.json"), kLists)}).exitCode, 0);
+    QMap<QString, QString> uri;
+    for (const QJsonValue& v : dump().value(QStringLiteral("tasks")).toArray())
+        uri.insert(v.toObject().value(QStringLiteral("name")).toString(), v.toObject().value(QStringLiteral("uri")).toString());
+    auto move = [&](const QString& task, QStringList how) {
+        how.prepend(uri[task]);
+        how = QStringList{QStringLiteral("--data-dir"), dataDir(), QStringLiteral("move"), QStringLiteral("--json")} + how;
+        return vyro(how);
+    };
+    // Shown in Home, by position: water 1, Dig 2, call 5; someday (3, maybe) and asleep (4, inactive project) are hidden.
+    CliRun r = move(QStringLiteral("call"), {QStringLiteral("--top")});
+    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
+    EXPECT_EQ(taskNames(r.out), QStringList({"call", "water", "Dig"}));
+    r = move(QStringLiteral("call"), {QStringLiteral("--down")});
+    EXPECT_EQ(taskNames(r.out), QStringList({"water", "call", "Dig"}));
+    r = move(QStringLiteral("water"), {QStringLiteral("--to-position"), QStringLiteral("2")});
+    EXPECT_EQ(taskNames(r.out), QStringList({"call", "Dig", "water"}));
+
+    QMap<QString, int> positions;
+    for (const QJsonValue& v : dump().value(QStringLiteral("tasks")).toArray())
+        positions.insert(v.toObject().value(QStringLiteral("name")).toString(), v.toObject().value(QStringLiteral("positionInContext")).toInt());
+    EXPECT_EQ(positions.value(QStringLiteral("call")), 1);
+    EXPECT_EQ(positions.value(QStringLiteral("Dig")), 2);
+    EXPECT_EQ(positions.value(QStringLiteral("someday")), 3) << "hidden tasks keep their places";
+    EXPECT_EQ(positions.value(QStringLiteral("asleep")), 4);
+    EXPECT_EQ(positions.value(QStringLiteral("water")), 5);
+
+    // In the project's own order; and a hidden task cannot be moved.
+    r = move(QStringLiteral("Dig"), {QStringLiteral("--up"), QStringLiteral("--view"), QStringLiteral("projects")});
+    EXPECT_EQ(taskNames(r.out), QStringList({"Dig", "water"}));
+    r = move(QStringLiteral("someday"), {QStringLiteral("--top")});
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_TRUE(r.err.contains(QStringLiteral("not shown"))) << r.err.toStdString();
+    EXPECT_EQ(move(QStringLiteral("call"), {QStringLiteral("--view"), QStringLiteral("completed"), QStringLiteral("--top")}).exitCode, 2);
+}
