@@ -1,13 +1,13 @@
 #!/bin/sh
-# Runs the store and model benchmarks of an existing build and prints a summary table. Builds nothing:
+# Runs the store, model and list benchmarks of an existing build and prints a summary table. Builds nothing:
 # configure the build with -DVYRO_BUILD_BENCH=ON (and CMAKE_BUILD_TYPE=Release for figures worth
-# comparing), then build the targets vyro_store_bench and vyro_model_bench. A benchmark program that is
-# not built is left out with a note.
+# comparing), then build the targets vyro_store_bench, vyro_model_bench and vyro_lists_bench. A
+# benchmark program that is not built is left out with a note.
 #
 #   bench/run_benchmarks.sh BUILD_DIR [--tasks=N] [Google Benchmark flags...]
 #
-# Both programs get the same flags. The full benchmark output goes to the terminal as it runs; the JSON
-# results are kept in BUILD_DIR/bench/store_bench.json and BUILD_DIR/bench/model_bench.json.
+# Every program gets the same flags. The full benchmark output goes to the terminal as it runs; the JSON
+# results are kept in BUILD_DIR/bench/NAME_bench.json.
 set -eu
 
 if [ $# -lt 1 ] || [ "$1" = "-h" ] || [ "$1" = "--help" ]; then
@@ -38,8 +38,10 @@ run store "$@"
 store_json=$json
 run model "$@"
 model_json=$json
-if [ -z "$store_json" ] && [ -z "$model_json" ]; then
-    echo "$0: no benchmark program found in $build_dir/bench; build vyro_store_bench or vyro_model_bench first" >&2
+run lists "$@"
+lists_json=$json
+if [ -z "$store_json" ] && [ -z "$model_json" ] && [ -z "$lists_json" ]; then
+    echo "$0: no benchmark program found in $build_dir/bench; build vyro_store_bench, vyro_model_bench or vyro_lists_bench first" >&2
     exit 1
 fi
 
@@ -48,7 +50,7 @@ if ! command -v python3 >/dev/null 2>&1; then
     exit 0
 fi
 
-python3 - "$store_json" "$model_json" <<'EOF'
+python3 - "$store_json" "$model_json" "$lists_json" <<'EOF'
 import json
 import sys
 
@@ -106,6 +108,10 @@ done_ms = ms("BM_CountersAfterOneChange/done")
 cleanup_save_ms = ms("BM_CleanUpAndSave")
 cleanup_only_ms = counter("BM_CleanUpAndSave", "cleanup_ms")
 cleanup_save_only_ms = counter("BM_CleanUpAndSave", "save_ms")
+context_view_ms = ms("BM_ContextView/by_name")
+context_natural_ms = ms("BM_ContextView/natural_order")
+to_complete_ms = ms("BM_ToCompleteAllTasksByDueDate/pending")
+to_complete_all_ms = ms("BM_ToCompleteAllTasksByDueDate/everything")
 folder_tasks = counter("BM_PinnedFetch/pinned", "folder_tasks")
 all_tasks = counter("BM_FullScanFetch/warm", "scanned")
 
@@ -138,6 +144,10 @@ rows = [
     ("clean-up of 1,000 done + save", show(cleanup_save_ms, "ms"), "<= 100 ms", verdict(cleanup_save_ms, 100)),
     ("  of which the clean-up", show(cleanup_only_ms, "ms"), "", ""),
     ("  of which the save", show(cleanup_save_only_ms, "ms"), "", ""),
+    ("context view rebuilt, by name", show(context_view_ms, "ms", 2), "<= 2 ms", verdict(context_view_ms, 2)),
+    ("context view rebuilt, own order", show(context_natural_ms, "ms", 2), "<= 2 ms", verdict(context_natural_ms, 2)),
+    ("to-complete, All tasks, by due date", show(to_complete_ms, "ms"), "<= 40 ms", verdict(to_complete_ms, 40)),
+    ("  the same, time mode everything", show(to_complete_all_ms, "ms"), "<= 40 ms", verdict(to_complete_all_ms, 40)),
 ]
 width = max(len(r[0]) for r in rows)
 print()

@@ -3,18 +3,83 @@
 #include "store/record.h"
 
 #include <algorithm>
+#include <limits>
+
+namespace {
+
+// The order of two values under `d`.
+int compareUnder(const SortDescriptor& d, const Value& a, const Value& b, bool caseInsensitive)
+{
+    if (a.isNull() || b.isNull()) {
+        if (a.isNull() == b.isNull())
+            return 0;
+        if (d.nullsLast)
+            return a.isNull() ? 1 : -1;
+        const int c = a.isNull() ? -1 : 1;
+        return d.ascending ? c : -c;
+    }
+    const int c = Value::compare(a, b, caseInsensitive).value_or(0);
+    return d.ascending ? c : -c;
+}
+
+// Whole numbers, booleans and dates: what the one-key sort can order by a plain 64-bit key.
+bool hasIntegerKey(const Value& v)
+{
+    return v.isIntegral() || v.kind() == Value::Kind::Date;
+}
+
+qint64 integerKey(const Value& v)
+{
+    return v.kind() == Value::Kind::Date ? v.dateMSecs() : v.integral();
+}
+
+// One key whose values are all numbers without fractions, dates or absent: sorted as (key, position)
+// pairs, which keeps equal keys in their old order without a stable sort.
+bool sortByIntegerKey(std::vector<Record*>& records, const std::vector<Value>& values, const SortDescriptor& d)
+{
+    bool dates = false;
+    bool numbers = false;
+    for (const Value& v : values) {
+        if (v.isNull())
+            continue;
+        if (!hasIntegerKey(v))
+            return false;
+        (v.kind() == Value::Kind::Date ? dates : numbers) = true;
+    }
+    if (dates && numbers) // no order between the two kinds
+        return false;
+    // Absent values keep their order at one end; only the others need sorting.
+    const bool nullsFirst = !d.nullsLast && d.ascending;
+    std::vector<std::pair<qint64, quint32>> keyed;
+    std::vector<quint32> absent;
+    keyed.reserve(values.size());
+    for (size_t i = 0; i < values.size(); ++i) {
+        if (values[i].isNull())
+            absent.push_back(quint32(i));
+        else // negated for descending; clamped so that the negation cannot overflow
+            keyed.emplace_back(d.ascending ? integerKey(values[i]) : -std::max(integerKey(values[i]), -std::numeric_limits<qint64>::max()),
+                               quint32(i));
+    }
+    std::sort(keyed.begin(), keyed.end());
+    std::vector<Record*> sorted;
+    sorted.reserve(records.size());
+    if (nullsFirst)
+        for (quint32 i : absent)
+            sorted.push_back(records[i]);
+    for (const auto& [key, i] : keyed)
+        sorted.push_back(records[i]);
+    if (!nullsFirst)
+        for (quint32 i : absent)
+            sorted.push_back(records[i]);
+    records.swap(sorted);
+    return true;
+}
+
+} // namespace
 
 int SortDescriptor::compareValues(const Value& a, const Value& b) const
 {
-    if (comparator)
-        return comparator(a, b, ascending);
-    int c;
-    if (a.isNull() || b.isNull()) {
-        c = a.isNull() == b.isNull() ? 0 : (a.isNull() ? -1 : 1);
-    } else {
-        c = Value::compare(a, b, comparison == Comparison::CaseInsensitiveCompare).value_or(0);
-    }
-    return ascending ? c : -c;
+    return compareUnder(*this, a, b, comparison == Comparison::CaseInsensitiveCompare);
 }
 
 int SortDescriptor::compareRecords(const Record& a, const Record& b) const
@@ -32,6 +97,8 @@ void sortRecords(std::vector<Record*>& records, const QList<SortDescriptor>& des
     for (size_t r = 0; r < records.size(); ++r)
         for (size_t k = 0; k < keys; ++k)
             values[r * keys + k] = descriptors[qsizetype(k)].path.evaluate(*records[r]).value;
+    if (keys == 1 && sortByIntegerKey(records, values, descriptors.front()))
+        return;
     std::vector<size_t> order(records.size());
     for (size_t i = 0; i < order.size(); ++i)
         order[i] = i;

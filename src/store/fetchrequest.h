@@ -6,27 +6,19 @@
 #include <QList>
 #include <QString>
 
-#include <functional>
 #include <optional>
 #include <vector>
 
 class Record;
 
-// Orders records by one key path. Without a custom comparison, absent values come first in ascending
-// order (and last in descending order), numbers compare as numbers, text as text (optionally without
-// regard to case), dates as instants; values of mixed kinds count as equal.
+// Orders records by one key path. Absent values come first in ascending order (and last in descending
+// order) unless `nullsLast` keeps them at the bottom either way; numbers compare as numbers, text as text
+// (optionally without regard to case), dates as instants; values of mixed kinds count as equal.
 struct SortDescriptor {
     enum class Comparison { Compare, CaseInsensitiveCompare };
 
-    SortDescriptor(const QString& key, bool ascending = true, Comparison comparison = Comparison::Compare)
-        : path(key), ascending(ascending), comparison(comparison)
-    {
-    }
-    // A custom comparison of two values (negative, zero, positive). It decides the final order itself and
-    // is told the direction, so it can keep some values (absent ones, say) at one end either way.
-    using Comparator = std::function<int(const Value&, const Value&, bool ascending)>;
-    SortDescriptor(const QString& key, bool ascending, Comparator comparator)
-        : path(key), ascending(ascending), comparator(std::move(comparator))
+    SortDescriptor(const QString& key, bool ascending = true, Comparison comparison = Comparison::Compare, bool nullsLast = false)
+        : path(key), ascending(ascending), comparison(comparison), nullsLast(nullsLast)
     {
     }
 
@@ -37,7 +29,7 @@ struct SortDescriptor {
     KeyPath path;
     bool ascending = true;
     Comparison comparison = Comparison::Compare;
-    Comparator comparator;
+    bool nullsLast = false;
 };
 
 // Stable sort of records by the descriptors in order (sortedArrayUsingDescriptors).

@@ -145,6 +145,31 @@ bool Value::operator==(const Value& other) const
     return false;
 }
 
+namespace {
+
+// Text without regard to case, in the order QString::compare gives: most names differ within their
+// first few ASCII characters, which are folded here without a call into the Unicode tables.
+int compareCaseInsensitive(const QString& a, const QString& b)
+{
+    const qsizetype n = std::min(a.size(), b.size());
+    const char16_t* x = reinterpret_cast<const char16_t*>(a.constData());
+    const char16_t* y = reinterpret_cast<const char16_t*>(b.constData());
+    for (qsizetype i = 0; i < n; ++i) {
+        char16_t cx = x[i], cy = y[i];
+        if (cx >= 0x80 || cy >= 0x80)
+            return QString::compare(a, b, Qt::CaseInsensitive);
+        if (cx >= u'A' && cx <= u'Z')
+            cx += 0x20;
+        if (cy >= u'A' && cy <= u'Z')
+            cy += 0x20;
+        if (cx != cy)
+            return cx < cy ? -1 : 1;
+    }
+    return a.size() == b.size() ? 0 : (a.size() < b.size() ? -1 : 1);
+}
+
+} // namespace
+
 std::optional<int> Value::compare(const Value& a, const Value& b, bool caseInsensitive)
 {
     if (a.isNumeric() && b.isNumeric()) {
@@ -159,7 +184,7 @@ std::optional<int> Value::compare(const Value& a, const Value& b, bool caseInsen
         return std::nullopt;
     switch (a.m_kind) {
     case Kind::String: {
-        const int c = QString::compare(*a.m_u.s, *b.m_u.s, caseInsensitive ? Qt::CaseInsensitive : Qt::CaseSensitive);
+        const int c = caseInsensitive ? compareCaseInsensitive(*a.m_u.s, *b.m_u.s) : QString::compare(*a.m_u.s, *b.m_u.s);
         return c < 0 ? -1 : (c > 0 ? 1 : 0);
     }
     case Kind::Date: return a.m_u.i < b.m_u.i ? -1 : (a.m_u.i > b.m_u.i ? 1 : 0);

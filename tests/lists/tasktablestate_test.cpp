@@ -128,7 +128,7 @@ TEST_F(TaskTableStateTest, SortMapOfEveryTable)
             EXPECT_EQ(descriptor->key(), QString::fromLatin1(row.key));
             EXPECT_FALSE(descriptor->ascending);
             const QString comparison = QString::fromLatin1(row.comparison);
-            EXPECT_EQ(bool(descriptor->comparator), comparison == u"date");
+            EXPECT_EQ(descriptor->nullsLast, comparison == u"date");
             EXPECT_EQ(descriptor->comparison == SortDescriptor::Comparison::CaseInsensitiveCompare, comparison == u"text");
             // A table shows every column it can sort by.
             EXPECT_TRUE(identifiersOf(designedTaskTableColumns(kind)).contains(QString::fromLatin1(row.identifier)));

@@ -209,14 +209,9 @@ TEST_F(ObjectContextTest, SortingAndLimits)
     // Absent values first when ascending, last when descending.
     EXPECT_EQ(names({SD(QStringLiteral("dueDate"))}), QStringList({"Apple", "cherry", "apple", "banana"}));
     EXPECT_EQ(names({SD(QStringLiteral("dueDate"), false)}), QStringList({"banana", "apple", "cherry", "Apple"}));
-    // A custom comparison: undated last in both directions.
-    auto undatedLast = [](const Value& a, const Value& b, bool ascending) {
-        if (a.isNull() || b.isNull())
-            return a.isNull() == b.isNull() ? 0 : (a.isNull() ? 1 : -1);
-        return ascending ? *Value::compare(a, b) : -*Value::compare(a, b);
-    };
-    EXPECT_EQ(names({SD(QStringLiteral("dueDate"), true, undatedLast)}), QStringList({"cherry", "apple", "banana", "Apple"}));
-    EXPECT_EQ(names({SD(QStringLiteral("dueDate"), false, undatedLast)}), QStringList({"banana", "apple", "cherry", "Apple"}));
+    // Undated last in both directions.
+    EXPECT_EQ(names({SD(QStringLiteral("dueDate"), true, SD::Comparison::Compare, true)}), QStringList({"cherry", "apple", "banana", "Apple"}));
+    EXPECT_EQ(names({SD(QStringLiteral("dueDate"), false, SD::Comparison::Compare, true)}), QStringList({"banana", "apple", "cherry", "Apple"}));
     EXPECT_EQ(names({SD(QStringLiteral("parentContext.name")), SD(QStringLiteral("name"))}, 2), QStringList({"Apple", "apple"}));
 }
 

@@ -216,3 +216,17 @@ TEST_F(PredicateTest, TemplatesTakeNewArgumentsEachTime)
     // Open placeholders read as NULL.
     EXPECT_EQ(namesOf(filteredArray(tasks, Predicate::templateFromFormat(QStringLiteral("parentProject == %@")))), QStringList({"alpha"}));
 }
+
+// Text compared without regard to case orders exactly as Qt's own comparison does, on the quick ASCII
+// path and past it.
+TEST(ValueCompare, CaseInsensitiveTextAgreesWithQt)
+{
+    const QStringList words{"apple", "Apple", "APPLES", "app", "", "_under", "[bracket", "Zebra", "zebra!", "Éclair",
+                            "eclair", "éclair", "straße", "STRASSE", "naïve", "Naive", "a\u00e9", "A\u00c9", "1x", "~"};
+    for (const QString& a : words)
+        for (const QString& b : words) {
+            const int qt = QString::compare(a, b, Qt::CaseInsensitive);
+            const int expected = qt < 0 ? -1 : (qt > 0 ? 1 : 0);
+            EXPECT_EQ(Value::compare(Value::string(a), Value::string(b), true), expected) << a.toStdString() << " vs " << b.toStdString();
+        }
+}
