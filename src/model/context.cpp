@@ -34,7 +34,8 @@ TaskQueryResult Context::taskQuery(TaskCounter kind) const
 
 void Context::countOwnTasks(std::optional<qint64> (&counts)[kTaskCounterKinds]) const
 {
-    countFolderTasks(*this, tasks(), query, counts);
+    if (!countWaitingFoldersInOnePass(*this, Rel::tasks, query, &ownCountsOf))
+        countFolderTasks(*this, tasks(), query, counts);
 }
 
 qint64 Context::pendingTasksCount() const

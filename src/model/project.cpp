@@ -39,7 +39,8 @@ TaskQueryResult Project::taskQuery(TaskCounter kind) const
 
 void Project::countOwnTasks(std::optional<qint64> (&counts)[kTaskCounterKinds]) const
 {
-    countFolderTasks(*this, tasks(), query, counts);
+    if (!countWaitingFoldersInOnePass(*this, Rel::tasks, query, &ownCountsOf))
+        countFolderTasks(*this, tasks(), query, counts);
 }
 
 TaskQueryResult Project::uncompletedTasks() const

@@ -4,6 +4,9 @@
 #include "store/objectcontext.h"
 #include "store/predicate.h"
 
+#include <algorithm>
+#include <array>
+
 TaskQueryResult fetchTasks(const Record& folder, const Predicate& templatePredicate, const QList<PredicateArgument>& more)
 {
     QList<PredicateArgument> arguments {const_cast<Record*>(&folder)};
@@ -17,28 +20,38 @@ TaskQueryResult fetchTasks(const Record& folder, const Predicate& templatePredic
 void countMatches(const std::vector<Record*>& candidates, const Predicate* const predicates[kTaskCounterKinds],
                   std::optional<qint64> (&counts)[kTaskCounterKinds])
 {
+    // The predicates of the empty slots, prepared together: the comparisons they share are read once
+    // per record.
+    std::vector<PreparedPredicates::Entry> entries;
+    int kindOf[kTaskCounterKinds];
+    for (int k = 0; k < kTaskCounterKinds; ++k)
+        if (predicates[k] && !counts[k]) {
+            kindOf[entries.size()] = k;
+            entries.push_back({*predicates[k], {}});
+        }
     qint64 found[kTaskCounterKinds] = {};
-    bool wanted[kTaskCounterKinds];
-    for (int k = 0; k < kTaskCounterKinds; ++k)
-        wanted[k] = predicates[k] && !counts[k];
     const size_t n = candidates.size();
-    for (size_t i = 0; i < n; ++i) {
-        // The tasks of a folder lie anywhere in memory: start loading the ones a little further on.
-        if (i + 16 < n)
-            __builtin_prefetch(candidates[i + 16]);
-        if (i + 8 < n)
-            candidates[i + 8]->prefetch();
-        Record* r = candidates[i];
-        if (r->isDeleted())
-            continue;
-        for (int k = 0; k < kTaskCounterKinds; ++k)
-            if (wanted[k] && predicates[k]->evaluate(*r))
-                ++found[k];
+    if (n > 0 && !entries.empty()) {
+        const PreparedPredicates prepared(entries, candidates.front()->entity());
+        const std::uint32_t all = (std::uint32_t(1) << entries.size()) - 1;
+        for (size_t i = 0; i < n; ++i) {
+            // The tasks of a folder lie anywhere in memory: start loading the ones a little further on.
+            if (i + 16 < n)
+                __builtin_prefetch(candidates[i + 16]);
+            if (i + 8 < n)
+                candidates[i + 8]->prefetch();
+            Record* r = candidates[i];
+            if (r->isDeleted())
+                continue;
+            const std::uint32_t holds = prepared.evaluate(*r, all);
+            for (size_t e = 0; e < entries.size(); ++e)
+                found[e] += holds >> e & 1;
+        }
     }
+    for (size_t e = 0; e < entries.size(); ++e)
+        counts[kindOf[e]] = found[e];
     for (int k = 0; k < kTaskCounterKinds; ++k)
-        if (wanted[k])
-            counts[k] = found[k];
-        else if (!predicates[k] && !counts[k])
+        if (!predicates[k] && !counts[k])
             counts[k] = 0;
 }
 
@@ -110,6 +123,93 @@ void countFolderTasks(const Record& folder, const std::vector<Record*>& tasks, F
         predicates[k] = &filled[k];
     }
     countMatches(tasks, predicates, counts);
+}
+
+bool countWaitingFoldersInOnePass(const Record& folder, int tasksRelationship, FolderQueries queries, OwnCountsOf ownCounts)
+{
+    const ObjectContext* context = folder.managedObjectContext();
+    if (!context || folder.isDeleted())
+        return false;
+    const RelationshipDescription& tasksRel = folder.entity().relationships()[size_t(tasksRelationship)];
+    if (!tasksRel.toMany || tasksRel.inverseIndex < 0)
+        return false;
+
+    struct Waiting {
+        const Record* folder;
+        std::optional<qint64>* counts;
+    };
+    std::vector<Waiting> waiting;
+    size_t waitingTasks = 0;
+    qint64 highestKey = 0;
+    for (const auto& r : context->records(folder.entity())) {
+        if (r->isDeleted())
+            continue;
+        std::optional<qint64>* counts = ownCounts(*r);
+        if (std::all_of(counts, counts + kTaskCounterKinds, [](const auto& c) { return c.has_value(); }))
+            continue;
+        waiting.push_back({r.get(), counts});
+        waitingTasks += r->toMany(tasksRelationship).size();
+        highestKey = std::max(highestKey, r->primaryKey());
+    }
+    const auto tasks = context->records(*tasksRel.destination);
+    // A folder walk visits its tasks in scattered order, about twice as slow per task as the pass.
+    if (waiting.size() < 2 || waitingTasks * 2 < tasks.size())
+        return false;
+    // The folders by primary key, which is dense (each new record takes the next one); a file with keys
+    // far apart is counted folder by folder instead.
+    if (highestKey > qint64(waiting.size()) * 64 + 4096)
+        return false;
+    std::vector<int> slotOfKey(size_t(highestKey) + 1, -1);
+    for (size_t i = 0; i < waiting.size(); ++i)
+        slotOfKey[size_t(waiting[i].folder->primaryKey())] = int(i);
+    // The four queries prepared once for all folders, the folder given with each task. The anchors are
+    // read once, so every folder counts against the same "Today".
+    const QDateTime todayEnd = DateAnchors::todayEnd();
+    const QDateTime tomorrowStart = DateAnchors::tomorrowStart();
+    const QDateTime tomorrowEnd = DateAnchors::tomorrowEnd();
+    std::vector<PreparedPredicates::Entry> entries;
+    for (int k = 0; k < kTaskCounterKinds; ++k) {
+        QList<PredicateArgument> arguments {static_cast<Record*>(nullptr)};
+        if (TaskCounter(k) == TaskCounter::DueToday)
+            arguments << todayEnd;
+        else if (TaskCounter(k) == TaskCounter::DueTomorrow)
+            arguments << tomorrowStart << tomorrowEnd;
+        entries.push_back({queries(TaskCounter(k)), arguments});
+    }
+    const PreparedPredicates prepared(entries, *tasksRel.destination, 0);
+    // Per folder, the kinds to count: bit k for kind k.
+    std::vector<std::uint32_t> wanted(waiting.size(), 0);
+    for (size_t i = 0; i < waiting.size(); ++i)
+        for (int k = 0; k < kTaskCounterKinds; ++k)
+            if (!waiting[i].counts[k])
+                wanted[i] |= std::uint32_t(1) << k;
+
+    std::vector<std::array<qint64, kTaskCounterKinds>> found(waiting.size());
+    const int parent = tasksRel.inverseIndex;
+    for (size_t i = 0, n = tasks.size(); i < n; ++i) {
+        // Ahead of use: the task itself, and once it is in, the values and links it points at.
+        if (i + 16 < n)
+            __builtin_prefetch(tasks[i + 16].get());
+        if (i + 8 < n)
+            tasks[i + 8]->prefetch();
+        const Record* task = tasks[i].get();
+        if (task->isDeleted())
+            continue;
+        Record* f = task->toOne(parent);
+        if (!f || f->primaryKey() > highestKey)
+            continue;
+        const int slot = slotOfKey[size_t(f->primaryKey())];
+        if (slot < 0 || waiting[size_t(slot)].folder != f)
+            continue;
+        const std::uint32_t holds = prepared.evaluate(*task, wanted[size_t(slot)], f);
+        for (int k = 0; k < kTaskCounterKinds; ++k)
+            found[size_t(slot)][size_t(k)] += holds >> k & 1;
+    }
+    for (size_t i = 0; i < waiting.size(); ++i)
+        for (int k = 0; k < kTaskCounterKinds; ++k)
+            if (wanted[i] >> k & 1)
+                waiting[i].counts[k] = found[i][size_t(k)];
+    return true;
 }
 
 void renumberOpenTasks(Record& folder, const Predicate& openTasks, int positionAttribute)

@@ -12,8 +12,11 @@
 // queries over one folder and over its subtree, and counters cached per folder.
 //
 // Counters: each kind keeps the folder's own count and its subtree's, each a number or "not computed".
-// A counter is computed on first read after a reset; a reset clears both counts of its kind here and in
-// every ancestor, so a cached subtree count is never older than any count below it. The subtree count
+// A counter is computed on first read after a reset, or earlier: reading one own count fills every own
+// count of the folder that is not computed, and when many folders of the kind wait (after every counter
+// was reset, or at start), of all of them at once. A counter once computed stays as it is until its next
+// reset. A reset clears both counts of its kind here and in every ancestor, so a cached subtree count is
+// never older than any count below it. The subtree count
 // is therefore the own count plus the children's subtree counts, the same number as the length of the
 // concatenated subtree query, at the cost of one query per folder.
 
@@ -111,6 +114,13 @@ public:
         return d;
     }
 
+protected:
+    // The own counts of a folder of this kind, for the pass that counts many folders at once.
+    static std::optional<qint64>* ownCountsOf(const Record& folder)
+    {
+        return static_cast<const TaskFolder&>(static_cast<const Folder&>(folder)).m_own;
+    }
+
 private:
     const Folder& self() const { return static_cast<const Folder&>(*this); }
     mutable std::optional<qint64> m_own[kTaskCounterKinds];
@@ -141,6 +151,14 @@ using FolderQueries = const Predicate& (*)(TaskCounter);
 TaskQueryResult runFolderQuery(const Record& folder, FolderQueries queries, TaskCounter kind);
 void countFolderTasks(const Record& folder, const std::vector<Record*>& tasks, FolderQueries queries,
                       std::optional<qint64> (&counts)[kTaskCounterKinds]);
+
+// When many folders of `folder`'s kind wait for their own counts (after every counter was reset, or at
+// start), fills the empty own counts of all of them in one pass over every task, in the order the tasks
+// lie in memory, and answers true; a walk over each folder's own tasks would visit the same tasks in
+// scattered order. Answers false, doing nothing, when walking `folder`'s own tasks is cheaper.
+// `tasksRelationship` is the folder's to-many relationship to its tasks.
+using OwnCountsOf = std::optional<qint64>* (*)(const Record& folder);
+bool countWaitingFoldersInOnePass(const Record& folder, int tasksRelationship, FolderQueries queries, OwnCountsOf ownCounts);
 
 // Numbers a folder's open tasks 1..n in their present order: `openTasks` is the folder's open-task
 // query (a template taking the folder), `positionAttribute` the task attribute that holds the order.

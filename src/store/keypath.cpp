@@ -136,3 +136,10 @@ int KeyPath::singleAttribute(const EntityDescription& entity) const
         return -1;
     return m_steps[0].index;
 }
+
+std::pair<int, int> KeyPath::relatedAttribute(const EntityDescription& entity) const
+{
+    if (!bind(entity) || m_steps.size() != 2 || m_steps[0].kind != Step::Kind::ToOne || m_steps[1].kind != Step::Kind::Attribute)
+        return {-1, -1};
+    return {m_steps[0].index, m_steps[1].index};
+}

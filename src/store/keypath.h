@@ -5,6 +5,7 @@
 
 #include <QStringList>
 
+#include <utility>
 #include <vector>
 
 class EntityDescription;
@@ -48,6 +49,9 @@ public:
     int singleAttribute(const EntityDescription& entity) const;
     // The relationship index when the whole path is one to-one relationship of `entity`, else -1.
     int singleToOneRelationship(const EntityDescription& entity) const;
+    // When the path is a to-one relationship of `entity` followed by an attribute of its destination
+    // ("parentProject.active"): the relationship index and the attribute index. {-1, -1} otherwise.
+    std::pair<int, int> relatedAttribute(const EntityDescription& entity) const;
 
 private:
     struct Step {

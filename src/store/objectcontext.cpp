@@ -300,6 +300,14 @@ std::vector<Record*> ObjectContext::allObjects(const QString& entityName) const
     return out;
 }
 
+std::span<const std::unique_ptr<Record>> ObjectContext::records(const EntityDescription& entity) const
+{
+    const int index = m_model->entityIndex(&entity);
+    if (index < 0)
+        return {};
+    return m_entities[size_t(index)].records;
+}
+
 qsizetype ObjectContext::countForEntity(const QString& entityName) const
 {
     qsizetype n = 0;

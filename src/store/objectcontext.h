@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -79,6 +80,10 @@ public:
     // Every live record of an entity, in insertion order.
     std::vector<Record*> allObjects(const QString& entityName) const;
     qsizetype countForEntity(const QString& entityName) const;
+    // Every record of an entity in insertion order, deleted ones included, without a copy: for passes
+    // over a whole entity, which then visit the records about in the order they lie in memory. Valid
+    // until the next record of that entity is made.
+    std::span<const std::unique_ptr<Record>> records(const EntityDescription& entity) const;
 
     // Identifiers: "x-coredata://<store UUID>/<entity>/p<key>". Answers nullptr for URIs of another
     // store, unknown entities, or records that do not exist (or are deleted).

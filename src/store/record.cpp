@@ -29,13 +29,6 @@ void Record::setPrimitiveValue(int attribute, Value value)
         m_context->didChangeAttribute(this, attribute, std::move(old));
 }
 
-Record* Record::toOne(int relationship) const
-{
-    const auto& rel = m_entity->relationships()[size_t(relationship)];
-    Q_ASSERT(!rel.toMany);
-    return m_toOne[size_t(m_entity->slotOfRelationship(relationship))];
-}
-
 const std::vector<Record*>& Record::toMany(int relationship) const
 {
     Q_ASSERT(m_entity->relationships()[size_t(relationship)].toMany);

@@ -46,7 +46,11 @@ public:
     }
     void setPrimitiveValue(int attribute, Value value);
 
-    Record* toOne(int relationship) const;
+    Record* toOne(int relationship) const
+    {
+        Q_ASSERT(!m_entity->relationships()[size_t(relationship)].toMany);
+        return m_toOne[size_t(m_entity->slotOfRelationship(relationship))];
+    }
     void setToOne(int relationship, Record* target);
     const std::vector<Record*>& toMany(int relationship) const;
     // Edits of a to-many relationship go through the inverse to-one side, so both stay in step.

@@ -254,3 +254,127 @@ TEST_F(FoldersTest, StartUpMakesTheSpecialRecords)
     reopen();
     EXPECT_EQ(context->countForEntity(QStringLiteral("context")), 1);
 }
+
+namespace {
+
+template <typename Folder>
+void resetAll(Folder* folder)
+{
+    for (int kind = 0; kind < kTaskCounterKinds; ++kind)
+        folder->resetCounter(TaskCounter(kind));
+}
+
+// Every saved counter of `folder` against the length of its query, run afresh.
+template <typename Folder>
+void expectCountersMatchQueries(const Folder* folder)
+{
+    SCOPED_TRACE(folder->pathName().toStdString());
+    for (int kind = 0; kind < kTaskCounterKinds; ++kind) {
+        SCOPED_TRACE(kind);
+        EXPECT_EQ(folder->savedCount(TaskCounter(kind), false), qint64(folder->taskQuery(TaskCounter(kind))->size()));
+        EXPECT_EQ(folder->savedCount(TaskCounter(kind), true), qint64(folder->taskQueryIncludingSubtree(TaskCounter(kind))->size()));
+    }
+}
+
+} // namespace
+
+// Counting many folders at once (after every counter was reset) gives each folder the numbers of its
+// own queries, and leaves alone the counters still computed, stale or not.
+TEST_F(FoldersTest, CountersOfManyFoldersAtOnce)
+{
+    Context* home = newContext(QStringLiteral("Home"));
+    Context* garden = newContext(QStringLiteral("Garden"), home);
+    Context* kitchen = newContext(QStringLiteral("Kitchen"), home);
+    Context* office = newContext(QStringLiteral("Office"));
+    Context* calls = newContext(QStringLiteral("Calls"), office);
+    Context* evening = newContext(QStringLiteral("Evening"), calls);
+    const std::vector<Context*> contexts = {home, garden, kitchen, office, calls, evening};
+    Project* root = newProject(QStringLiteral("Root"));
+    Project* child = newProject(QStringLiteral("Child"), root);
+    Project* grandchild = newProject(QStringLiteral("Grandchild"), child);
+    Project* dormant = newProject(QStringLiteral("Dormant"), nullptr, false);
+    Project* sleeper = newProject(QStringLiteral("Sleeper"), dormant);
+    const std::vector<Project*> projects = {root, child, grandchild, dormant, sleeper};
+
+    // Every mix of the flags and dates the queries read, spread over the folders; a few tasks without a
+    // project, and a few deleted.
+    std::vector<Task*> tasks;
+    for (int i = 0; i < 288; ++i) {
+        Project* project = i % 6 == 5 ? nullptr : projects[size_t(i) % projects.size()];
+        Task* t = addTask(QStringLiteral("t%1").arg(i), contexts[size_t(i / 2) % contexts.size()], project);
+        if (i % 2)
+            t->setMaybe(true);
+        if (i / 2 % 3 == 1)
+            t->setNextAction(true);
+        if (i / 6 % 4 == 1)
+            t->setDueDate(day(21, 8));
+        else if (i / 6 % 4 == 2)
+            t->setDueDate(day(22, 23, 59));
+        else if (i / 6 % 4 == 3)
+            t->setDueDate(day(23, 0));
+        if (i / 24 % 3 == 1)
+            t->setDone(true);
+        else if (i / 24 % 3 == 2)
+            t->setArchived(true);
+        if (i / 72 % 2 == 1 && t->done())
+            t->setCleanedUp(true);
+        tasks.push_back(t);
+    }
+    for (int i = 0; i < 288; i += 37)
+        context->deleteObject(tasks[size_t(i)]);
+
+    for (Context* c : contexts)
+        resetAll(c);
+    for (Project* p : projects)
+        resetAll(p);
+    home->savedPendingTasksCount();
+    // One read filled the own counters of every context.
+    for (Context* c : contexts)
+        EXPECT_TRUE(c->isCounterComputed(TaskCounter::DueTomorrow, false)) << c->name();
+    for (Context* c : contexts)
+        expectCountersMatchQueries(c);
+    for (Project* p : projects)
+        expectCountersMatchQueries(p);
+
+    // After one change only the folders of the task are counted again, each by itself.
+    tasks[10]->setDone(true);
+    tasks[11]->setDueDate(day(23, 12));
+    for (Context* c : contexts)
+        expectCountersMatchQueries(c);
+    for (Project* p : projects)
+        expectCountersMatchQueries(p);
+
+    // Changing `maybe` resets nothing: Garden and Grandchild keep their pending counts. Then every other
+    // counter is reset, and of theirs only the due-today one.
+    Task* parked = nullptr;
+    for (Task* t : tasks)
+        if (!t->isDeleted() && t->parentContext() == garden && t->parentProject() == grandchild && !t->maybe() && !t->done() && !t->archived())
+            parked = t;
+    ASSERT_NE(parked, nullptr);
+    const qint64 gardenPending = garden->savedPendingTasksCount();
+    const qint64 grandchildPending = grandchild->savedPendingTasksCount();
+    parked->setMaybe(true);
+    ASSERT_EQ(garden->pendingTasksCount(), gardenPending - 1);
+    ASSERT_EQ(grandchild->pendingTasksCount(), grandchildPending - 1);
+    for (Context* c : contexts)
+        if (c != garden)
+            resetAll(c);
+    for (Project* p : projects)
+        if (p != grandchild)
+            resetAll(p);
+    garden->resetCounterForDueTodayTasks();
+    grandchild->resetCounterForDueTodayTasks();
+    office->savedPendingTasksCount();
+    root->savedPendingTasksCount();
+    EXPECT_EQ(garden->savedPendingTasksCount(), gardenPending);
+    EXPECT_EQ(grandchild->savedPendingTasksCount(), grandchildPending);
+    EXPECT_EQ(child->savedPendingTasksCountIncludingSubprojects(), child->savedPendingTasksCount() + grandchildPending);
+    EXPECT_EQ(home->savedPendingTasksCountIncludingSubcontexts(),
+              home->savedPendingTasksCount() + gardenPending + kitchen->savedPendingTasksCountIncludingSubcontexts());
+    EXPECT_EQ(garden->savedDueTodayTasksCount(), qint64(garden->dueTodayTasks()->size()));
+    EXPECT_EQ(grandchild->savedDueTodayTasksCount(), qint64(grandchild->dueTodayTasks()->size()));
+    for (Context* c : {home, kitchen, office, calls, evening})
+        EXPECT_EQ(c->savedPendingTasksCount(), c->pendingTasksCount()) << c->name();
+    for (Project* p : {root, child, dormant, sleeper})
+        EXPECT_EQ(p->savedPendingTasksCount(), p->pendingTasksCount()) << p->name();
+}

@@ -230,3 +230,101 @@ TEST(ValueCompare, CaseInsensitiveTextAgreesWithQt)
             EXPECT_EQ(Value::compare(Value::string(a), Value::string(b), true), expected) << a.toStdString() << " vs " << b.toStdString();
         }
 }
+
+// The prepared form against the evaluator, over every mix of present, absent and differing values the
+// folder queries read, and over predicates of other shapes that take the general route.
+TEST_F(PredicateTest, PreparedPredicatesAnswerAsTheEvaluator)
+{
+    // A project whose `active` was never set, besides the active and inactive ones.
+    auto* unset = context->insertNewObject<Project>(QStringLiteral("project"));
+    put(unset, u"name", raw(QStringLiteral("Unset")));
+    const std::vector<Record*> projects = {nullptr, sequence, dormant, unset};
+    const std::vector<Record*> contexts = {nullptr, home, garden};
+    const std::vector<std::optional<Value>> flags = {std::nullopt, raw(false), raw(true)};
+    const std::vector<std::optional<Value>> dues = {std::nullopt, raw(at(2026, 11, 20)), raw(QDateTime(QDate(2026, 11, 22), QTime(23, 59))),
+                                                    raw(QDateTime(QDate(2026, 11, 23), QTime(0, 0))), raw(at(2026, 11, 25))};
+    const std::vector<std::optional<Value>> priorities = {std::nullopt, raw(1), raw(3)};
+    std::vector<Record*> records;
+    auto set = [](Record* r, const char16_t* key, const std::optional<Value>& v) {
+        if (v)
+            put(r, key, *v);
+    };
+    int n = 0;
+    for (const auto& maybe : flags)
+        for (const auto& cleanedUp : flags)
+            for (const auto& archived : flags)
+                for (const auto& nextAction : flags)
+                    for (const auto& due : dues)
+                        for (Record* project : projects) {
+                            ++n;
+                            Record* t = newTask(QStringLiteral("t%1").arg(n), static_cast<Context*>(contexts[size_t(n) % contexts.size()]),
+                                                static_cast<Project*>(project));
+                            set(t, u"maybe", maybe);
+                            set(t, u"cleanedUp", cleanedUp);
+                            set(t, u"archived", archived);
+                            set(t, u"nextAction", nextAction);
+                            set(t, u"dueDate", due);
+                            set(t, u"priority", priorities[size_t(n / 7) % priorities.size()]);
+                            records.push_back(t);
+                        }
+    // Records of other entities go to the predicates themselves.
+    for (const char* entity : {"context", "project"})
+        for (Record* r : context->allObjects(QLatin1String(entity)))
+            records.push_back(r);
+
+    Record* const none = nullptr;
+    const QDateTime todayEnd(QDate(2026, 11, 22), QTime(23, 59));
+    const QDateTime tomorrowStart(QDate(2026, 11, 23), QTime(0, 0));
+    const QDateTime tomorrowEnd(QDate(2026, 11, 23), QTime(23, 59));
+    // Each template's first placeholder is the record given with each evaluation.
+    const std::vector<PreparedPredicates::Entry> folderQueries = {
+        {Predicate::templateFromFormat(QStringLiteral("(parentContext==%@) and (maybe==NO or maybe==NULL) and ((parentProject==NULL) or (parentProject.active <> 0)) and (cleanedUp <> 1) and (archived == 0)")), {none}},
+        {Predicate::templateFromFormat(QStringLiteral("(parentContext==%@) and (cleanedUp<>1) and (maybe==NO or maybe==NULL) and (nextAction == 1)")), {none}},
+        {Predicate::templateFromFormat(QStringLiteral("(parentContext==%@) and (cleanedUp<>1) and (maybe==NO or maybe==NULL) and (dueDate <= %@)")), {none, todayEnd}},
+        {Predicate::templateFromFormat(QStringLiteral("(parentContext==%@) and (cleanedUp<>1) and (maybe==NO or maybe==NULL) and ((dueDate >= %@) and (dueDate <= %@))")), {none, tomorrowStart, tomorrowEnd}},
+        {Predicate::templateFromFormat(QStringLiteral("(parentProject==%@) and (cleanedUp <> 1) and (archived == 0) and (maybe==NO or maybe==NULL)")), {none}},
+        {Predicate::templateFromFormat(QStringLiteral("(parentProject==%@) and (nextAction == 1) and (maybe==NO or maybe==NULL)")), {none}},
+        {Predicate::templateFromFormat(QStringLiteral("%@ == parentContext or (parentProject != %@ and NOT (priority >= %@))")), {none, sequence, 2}},
+        {Predicate::templateFromFormat(QStringLiteral("parentContext != %@ and (parentContext.parentContext == %@ or parentProject.name == 'Dormant')")), {none, home}},
+        {Predicate::templateFromFormat(QStringLiteral("NOT (parentProject == %@) and (parentProject.active == NULL or parentProject.active <= 0)")), {none}},
+    };
+    const std::vector<PreparedPredicates::Entry> plain = {
+        {Predicate::templateFromFormat(QStringLiteral("parentProject.active == 0")), {}},
+        {Predicate::templateFromFormat(QStringLiteral("parentProject == NULL or parentProject.active != 1")), {}},
+        {Predicate::templateFromFormat(QStringLiteral("priority == 1.0 or priority > 2.5")), {}},
+        {Predicate::templateFromFormat(QStringLiteral("priority < %@ and done == NULL")), {3}},
+        {Predicate::templateFromFormat(QStringLiteral("dueDate > 5 or cleanedUp == 2")), {}},
+        {Predicate::templateFromFormat(QStringLiteral("dueDate == %@ or dueDate < %@")), {todayEnd, at(2026, 11, 21)}},
+        {Predicate::templateFromFormat(QStringLiteral("dueDate != NULL and NOT (maybe == YES or archived == YES)")), {}},
+        {Predicate::templateFromFormat(QStringLiteral("name BEGINSWITH 't1' and maybe == archived")), {}},
+        {Predicate::templateFromFormat(QStringLiteral("(nextAction == YES and TRUEPREDICATE) or FALSEPREDICATE")), {}},
+        {Predicate::templateFromFormat(QStringLiteral("parentContext == %@ or parentProject == %@")), {garden, static_cast<Record*>(nullptr)}},
+        {Predicate::templateFromFormat(QStringLiteral("parentContext.name == 'Garden' or parentProject.name LIKE '*e*'")), {}},
+    };
+
+    const EntityDescription& task = *context->model().entity(u"task");
+    auto check = [&](const std::vector<PreparedPredicates::Entry>& entries, int parameter, const std::vector<Record*>& parameters) {
+        const PreparedPredicates together(entries, task, parameter);
+        std::vector<PreparedPredicates> alone;
+        for (const auto& entry : entries)
+            alone.emplace_back(std::vector<PreparedPredicates::Entry> {entry}, task, parameter);
+        const std::uint32_t all = (std::uint32_t(1) << entries.size()) - 1;
+        for (Record* given : parameters)
+            for (Record* r : records) {
+                const std::uint32_t holds = together.evaluate(*r, all, given);
+                for (size_t i = 0; i < entries.size(); ++i) {
+                    QList<PredicateArgument> arguments = entries[i].arguments;
+                    if (parameter >= 0)
+                        arguments[parameter] = given;
+                    const bool expected = entries[i].predicate.withArguments(arguments).evaluate(*r);
+                    SCOPED_TRACE(entries[i].predicate.predicateFormat().toStdString() + " on " + r->valueForKey(u"name").toString().toStdString());
+                    ASSERT_EQ(bool(holds >> i & 1), expected);
+                    ASSERT_EQ(alone[i].evaluate(*r, 1, given), expected ? 1u : 0u);
+                    // Asked for this one only.
+                    ASSERT_EQ(together.evaluate(*r, std::uint32_t(1) << i, given), expected ? std::uint32_t(1) << i : 0u);
+                }
+            }
+    };
+    check(folderQueries, 0, {home, garden, nullptr, sequence, dormant, unset});
+    check(plain, -1, {nullptr});
+}
