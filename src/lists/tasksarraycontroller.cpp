@@ -64,13 +64,30 @@ const std::vector<Task*>& TasksArrayController::arrangedObjects() const
 void TasksArrayController::arrange() const
 {
     m_stale = false;
-    std::vector<Task*> tasks = content();
-    std::erase_if(tasks, [this](const Task* t) { return t->isDeleted() || (m_filter && !m_filter->evaluate(*t)); });
-    std::vector<Record*> records(tasks.begin(), tasks.end());
-    sortRecords(records, m_sort);
+    // Each task shown has its sort keys read as it passes the filter, while it is at hand. A long list
+    // is filtered through the prepared form, which answers the same and reads each record without
+    // lookups.
+    const std::vector<Task*> tasks = content();
+    std::vector<Record*> shown;
+    std::vector<Value> keys;
+    shown.reserve(tasks.size());
+    keys.reserve(tasks.size() * size_t(m_sort.size()));
+    constexpr size_t kPrepareFrom = 512;
+    std::optional<PreparedPredicates> prepared;
+    if (m_filter && tasks.size() >= kPrepareFrom)
+        prepared.emplace(std::vector<PreparedPredicates::Entry>{{*m_filter, {}}}, tasks.front()->entity());
+    for (Task* t : tasks) {
+        if (t->isDeleted())
+            continue;
+        if (prepared ? !(prepared->evaluate(*t, 1) & 1) : (m_filter && !m_filter->evaluate(*t)))
+            continue;
+        shown.push_back(t);
+        appendSortKeys(*t, m_sort, keys);
+    }
+    sortRecordsByKeys(shown, m_sort, keys);
     m_arranged.clear();
-    m_arranged.reserve(records.size());
-    for (Record* r : records)
+    m_arranged.reserve(shown.size());
+    for (Record* r : shown)
         m_arranged.push_back(static_cast<Task*>(r));
     if (!m_selection.empty()) {
         const std::unordered_set<Task*> shown(m_arranged.begin(), m_arranged.end());

@@ -87,16 +87,31 @@ int SortDescriptor::compareRecords(const Record& a, const Record& b) const
     return compareValues(path.evaluate(a).value, path.evaluate(b).value);
 }
 
+void appendSortKeys(const Record& record, const QList<SortDescriptor>& descriptors, std::vector<Value>& keys)
+{
+    for (const SortDescriptor& d : descriptors) {
+        Value scratch;
+        keys.push_back(*d.path.evaluateRef(record, scratch).value);
+    }
+}
+
 void sortRecords(std::vector<Record*>& records, const QList<SortDescriptor>& descriptors)
 {
     if (descriptors.isEmpty() || records.size() < 2)
         return;
     // Read every key once per record rather than once per comparison.
+    std::vector<Value> keys;
+    keys.reserve(records.size() * size_t(descriptors.size()));
+    for (const Record* r : records)
+        appendSortKeys(*r, descriptors, keys);
+    sortRecordsByKeys(records, descriptors, keys);
+}
+
+void sortRecordsByKeys(std::vector<Record*>& records, const QList<SortDescriptor>& descriptors, const std::vector<Value>& values)
+{
+    if (descriptors.isEmpty() || records.size() < 2)
+        return;
     const size_t keys = size_t(descriptors.size());
-    std::vector<Value> values(records.size() * keys);
-    for (size_t r = 0; r < records.size(); ++r)
-        for (size_t k = 0; k < keys; ++k)
-            values[r * keys + k] = descriptors[qsizetype(k)].path.evaluate(*records[r]).value;
     if (keys == 1 && sortByIntegerKey(records, values, descriptors.front()))
         return;
     std::vector<size_t> order(records.size());

@@ -35,6 +35,11 @@ struct SortDescriptor {
 // Stable sort of records by the descriptors in order (sortedArrayUsingDescriptors).
 void sortRecords(std::vector<Record*>& records, const QList<SortDescriptor>& descriptors);
 
+// The same in two steps, for a caller that reads each record's keys while the record is at hand (in a
+// filter pass, say): appendSortKeys for every record in order, then sortRecordsByKeys.
+void appendSortKeys(const Record& record, const QList<SortDescriptor>& descriptors, std::vector<Value>& keys);
+void sortRecordsByKeys(std::vector<Record*>& records, const QList<SortDescriptor>& descriptors, const std::vector<Value>& keys);
+
 struct FetchRequest {
     FetchRequest() = default;
     explicit FetchRequest(const QString& entityName, std::optional<Predicate> predicate = std::nullopt)
