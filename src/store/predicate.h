@@ -122,6 +122,7 @@ private:
         int index = -1;
         int attribute = -1;
         int predicate = -1; // GeneralWithParameter: whose arguments fill the node
+        int seenBit = -1;   // for a comparison that occurs more than once: its bit in Seen
         Value constant;
         const Record* record = nullptr;
         const Predicate::Node* node = nullptr;
@@ -133,7 +134,7 @@ private:
         std::uint32_t span = 1;       // steps in this subtree, itself included; the terms follow in order
         std::uint32_t comparison = 0; // Comparison: its index
     };
-    // Comparisons already read for the record in hand: bit i for comparison i (the first 64 only).
+    // Shared comparisons already read for the record in hand, by their seenBit.
     struct Seen {
         std::uint64_t known = 0;
         std::uint64_t holds = 0;
