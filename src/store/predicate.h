@@ -102,7 +102,6 @@ public:
     // not used), or -1 for none. At most kMaximum predicates.
     PreparedPredicates(const std::vector<Entry>& predicates, const EntityDescription& entity, int parameter = -1);
 
-    size_t size() const { return m_roots.size(); }
     // Bit i set when predicate i holds for `record`, asked only for the predicates whose bit is set in
     // `which`.
     std::uint32_t evaluate(const Record& record, std::uint32_t which, Record* parameter = nullptr) const;
