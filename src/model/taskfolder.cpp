@@ -140,6 +140,7 @@ bool countWaitingFoldersInOnePass(const Record& folder, int tasksRelationship, F
     };
     std::vector<Waiting> waiting;
     size_t waitingTasks = 0;
+    qint64 lowestKey = 0;
     qint64 highestKey = 0;
     for (const auto& r : context->records(folder.entity())) {
         if (r->isDeleted())
@@ -149,6 +150,7 @@ bool countWaitingFoldersInOnePass(const Record& folder, int tasksRelationship, F
             continue;
         waiting.push_back({r.get(), counts});
         waitingTasks += r->toMany(tasksRelationship).size();
+        lowestKey = std::min(lowestKey, r->primaryKey());
         highestKey = std::max(highestKey, r->primaryKey());
     }
     const auto tasks = context->records(*tasksRel.destination);
@@ -157,7 +159,7 @@ bool countWaitingFoldersInOnePass(const Record& folder, int tasksRelationship, F
         return false;
     // The folders by primary key, which is dense (each new record takes the next one); a file with keys
     // far apart is counted folder by folder instead.
-    if (highestKey > qint64(waiting.size()) * 64 + 4096)
+    if (lowestKey < 0 || highestKey > qint64(waiting.size()) * 64 + 4096)
         return false;
     std::vector<int> slotOfKey(size_t(highestKey) + 1, -1);
     for (size_t i = 0; i < waiting.size(); ++i)
@@ -196,7 +198,7 @@ bool countWaitingFoldersInOnePass(const Record& folder, int tasksRelationship, F
         if (task->isDeleted())
             continue;
         Record* f = task->toOne(parent);
-        if (!f || f->primaryKey() > highestKey)
+        if (!f || quint64(f->primaryKey()) > quint64(highestKey))
             continue;
         const int slot = slotOfKey[size_t(f->primaryKey())];
         if (slot < 0 || waiting[size_t(slot)].folder != f)

@@ -434,6 +434,14 @@ PreparedPredicates::PreparedPredicates(const std::vector<Entry>& predicates, con
         m_roots.push_back(std::uint32_t(m_steps.size()));
         prepare(*PredicateAccess::root(m_filled.back()), int(i));
     }
+    std::vector<int> uses(m_comparisons.size(), 0);
+    for (const Step& step : m_steps)
+        if (step.kind == Step::Kind::Comparison)
+            ++uses[step.comparison];
+    int bits = 0;
+    for (size_t i = 0; i < m_comparisons.size() && bits < 64; ++i)
+        if (uses[i] > 1)
+            m_comparisons[i].seenBit = bits++;
 }
 
 bool PreparedPredicates::Comparison::sameTest(const Comparison& other) const
@@ -593,10 +601,11 @@ inline bool PreparedPredicates::evaluateTerm(size_t at, const Record& record, Re
 
 inline bool PreparedPredicates::evaluateComparison(size_t index, const Record& record, Record* parameter, Seen& seen) const
 {
-    const std::uint64_t bit = index < 64 ? std::uint64_t(1) << index : 0;
+    const Comparison& comparison = m_comparisons[index];
+    // Only a shared comparison is worth remembering.
+    const std::uint64_t bit = comparison.seenBit >= 0 ? std::uint64_t(1) << comparison.seenBit : 0;
     if (seen.known & bit)
         return seen.holds & bit;
-    const Comparison& comparison = m_comparisons[index];
     bool holds;
     switch (comparison.kind) {
     case Comparison::Kind::AttributeWithConstant:
@@ -619,9 +628,11 @@ inline bool PreparedPredicates::evaluateComparison(size_t index, const Record& r
     case Comparison::Kind::GeneralWithParameter: holds = evaluateWithParameter(comparison, record, parameter); break;
     default: holds = false;
     }
-    seen.known |= bit;
-    if (holds)
-        seen.holds |= bit;
+    if (bit) {
+        seen.known |= bit;
+        if (holds)
+            seen.holds |= bit;
+    }
     return holds;
 }
 

@@ -102,7 +102,6 @@ public:
     // not used), or -1 for none. At most kMaximum predicates.
     PreparedPredicates(const std::vector<Entry>& predicates, const EntityDescription& entity, int parameter = -1);
 
-    size_t size() const { return m_roots.size(); }
     // Bit i set when predicate i holds for `record`, asked only for the predicates whose bit is set in
     // `which`.
     std::uint32_t evaluate(const Record& record, std::uint32_t which, Record* parameter = nullptr) const;
@@ -122,6 +121,7 @@ private:
         int index = -1;
         int attribute = -1;
         int predicate = -1; // GeneralWithParameter: whose arguments fill the node
+        int seenBit = -1;   // for a comparison that occurs more than once: its bit in Seen
         Value constant;
         const Record* record = nullptr;
         const Predicate::Node* node = nullptr;
@@ -133,7 +133,7 @@ private:
         std::uint32_t span = 1;       // steps in this subtree, itself included; the terms follow in order
         std::uint32_t comparison = 0; // Comparison: its index
     };
-    // Comparisons already read for the record in hand: bit i for comparison i (the first 64 only).
+    // Shared comparisons already read for the record in hand, by their seenBit.
     struct Seen {
         std::uint64_t known = 0;
         std::uint64_t holds = 0;
