@@ -4,6 +4,7 @@
 //
 //   vyro_model_bench [--tasks=N] [benchmark flags]
 
+#include "benchmain.h"
 #include "storegenerator.h"
 
 #include "model/cleanupcontroller.h"
@@ -504,27 +505,7 @@ BENCHMARK(BM_CleanUpAndSave)->Unit(benchmark::kMillisecond)->Iterations(5);
 
 int main(int argc, char** argv)
 {
-    // Our own flag is taken out before the library sees the rest.
-    int kept = 1;
-    for (int i = 1; i < argc; ++i) {
-        if (std::strncmp(argv[i], "--tasks=", 8) == 0) {
-            char* end = nullptr;
-            const long n = std::strtol(argv[i] + 8, &end, 10);
-            if (argv[i][8] == '\0' || *end != '\0' || n < 1 || n > 10'000'000) {
-                std::fprintf(stderr, "%s: --tasks takes a number from 1 to 10000000\n", argv[0]);
-                return 2;
-            }
-            g_taskCount = int(n);
-        } else {
-            argv[kept++] = argv[i];
-        }
-    }
-    argc = kept;
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 2;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
+    const int status = runBenchmarkMain(argc, argv, g_taskCount);
     g_fixture.reset(); // closes the work store before its folder goes
-    return 0;
+    return status;
 }
