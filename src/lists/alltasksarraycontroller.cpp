@@ -26,16 +26,8 @@ void AllTasksArrayController::updatePredicate()
         setFilterPredicate(std::nullopt);
         return;
     }
-    const ViewModes m = modes();
     QList<Predicate> terms{folder->predicateForFolder()};
-    if (auto time = timeModeTerm(m.timeMode, TimeTermStyle::TaskOnly))
-        terms << term(*time);
-    if (auto owner = ownerModeTerm(m.ownerMode))
-        terms << term(*owner);
-    if (m.flagged)
-        terms << term(flaggedModeTerm());
-    if (m.nextActions)
-        terms << term(nextActionsModeTerm());
+    appendModeTerms(terms, modes(), TimeTermStyle::TaskOnly, true);
     installPredicate(terms);
 }
 

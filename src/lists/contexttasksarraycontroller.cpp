@@ -27,17 +27,9 @@ std::vector<Task*> ContextTasksArrayController::content() const
 
 void ContextTasksArrayController::updatePredicate()
 {
-    const ViewModes m = modes();
     // "cleanedUp == 0" hides a task whose flag was never set; the project list tests "<>1" on purpose.
     QList<Predicate> terms{term(QStringLiteral("archived == 0")), term(QStringLiteral("cleanedUp == 0"))};
-    if (auto time = timeModeTerm(m.timeMode, TimeTermStyle::ContextList))
-        terms << term(*time);
-    if (auto owner = ownerModeTerm(m.ownerMode))
-        terms << term(*owner);
-    if (m.flagged)
-        terms << term(flaggedModeTerm());
-    if (m.nextActions)
-        terms << term(nextActionsModeTerm());
+    appendModeTerms(terms, modes(), TimeTermStyle::ContextList, true);
     installPredicate(terms);
 }
 
@@ -94,33 +86,11 @@ Task* ContextTasksArrayController::addNewTask(const QString& name, Context* cont
         values.dueDate = dueDate;
     values.tags = tags;
     Task* task = ::addNewTask(store(), values);
-    if (!noGUI) {
-        // Made to stay visible in the modes the user is looking at.
-        const ViewModes m = modes();
-        if (m.timeMode == 3)
-            task->setMaybe(true);
-        if (m.ownerMode == 2)
-            task->setWaitingFor(true);
-    }
-    rearrangeObjects();
-    taskCountsHasChanged();
-
-    if (noGUI) {
+    adoptNewTask(task, noGUI);
+    if (noGUI)
         host().postNotification({QStringLiteral("Task added to Vyro"), newTaskNotificationDescription(task),
                                  QStringLiteral("VyroNewTaskAdded"), QStringLiteral("Vyro.icns"), 0, false});
-        return task;
-    }
-    const int row = firstSelectionIndex();
-    clearSearchAndRebuild();
-    viewSwitcher().contextController().selectRecord(task->parentContext());
-    updatePredicate();
-    selectObject(task);
-    if (isNaturalOrdered() && row >= 0)
-        moveToPosition(row + 1);
-    viewSwitcher().selectTab(TaskView::Contexts);
-    host().focusTaskTable();
-    host().bringMainWindowToFront(true);
-    host().activateApplication();
-    host().beginEditing(task, QStringLiteral("name"));
+    else
+        showNewTask(task, viewSwitcher().contextController(), task->parentContext(), true);
     return task;
 }

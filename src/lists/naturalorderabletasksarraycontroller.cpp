@@ -1,5 +1,8 @@
 #include "lists/naturalorderabletasksarraycontroller.h"
 
+#include "lists/folderarraycontroller.h"
+#include "lists/listhost.h"
+#include "lists/tabviewcontroller.h"
 #include "model/task.h"
 
 #include <algorithm>
@@ -13,6 +16,36 @@ NaturalOrderableTasksArrayController::NaturalOrderableTasksArrayController(TabVi
 bool NaturalOrderableTasksArrayController::sortsByPositionFirst() const
 {
     return !sortDescriptors().isEmpty() && sortDescriptors().front().key() == m_positionKey;
+}
+
+void NaturalOrderableTasksArrayController::adoptNewTask(Task* task, bool noGUI)
+{
+    if (!noGUI) {
+        const ViewModes m = modes();
+        if (m.timeMode == 3)
+            task->setMaybe(true);
+        if (m.ownerMode == 2)
+            task->setWaitingFor(true);
+    }
+    rearrangeObjects();
+    taskCountsHasChanged();
+}
+
+void NaturalOrderableTasksArrayController::showNewTask(Task* task, FolderArrayController& tree, Record* folder, bool makeKey)
+{
+    const int row = firstSelectionIndex();
+    clearSearchAndRebuild();
+    if (folder)
+        tree.selectRecord(folder);
+    updatePredicate();
+    selectObject(task);
+    if (isNaturalOrdered() && row >= 0)
+        moveToPosition(row + 1);
+    viewSwitcher().selectTab(view());
+    host().focusTaskTable();
+    host().bringMainWindowToFront(makeKey);
+    host().activateApplication();
+    host().beginEditing(task, QStringLiteral("name"));
 }
 
 void NaturalOrderableTasksArrayController::moveToPosition(int count)

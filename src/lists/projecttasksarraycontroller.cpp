@@ -32,15 +32,9 @@ std::vector<Task*> ProjectTasksArrayController::content() const
 
 void ProjectTasksArrayController::updatePredicate()
 {
-    const ViewModes m = modes();
     // No test of the project's own `active` flag here, and no next-actions mode.
     QList<Predicate> terms{term(QStringLiteral("archived == 0"))};
-    if (auto time = timeModeTerm(m.timeMode, TimeTermStyle::TaskOnly))
-        terms << term(*time);
-    if (auto owner = ownerModeTerm(m.ownerMode))
-        terms << term(*owner);
-    if (m.flagged)
-        terms << term(flaggedModeTerm());
+    appendModeTerms(terms, modes(), TimeTermStyle::TaskOnly, false);
     // "<>1" shows a task whose flag was never set, where the context list's "== 0" hides it.
     if (!m_completedMode)
         terms << term(QStringLiteral("cleanedUp<>1"));
@@ -95,30 +89,9 @@ Task* ProjectTasksArrayController::addNewTask(const QString& name, Project* proj
     if (selected && preferences().boolForKey(QStringLiteral("copyPriorityToNewTasks")))
         values.priority = selected->priority();
     Task* task = ::addNewTask(store(), values);
-    if (!noGUI) {
-        const ViewModes m = modes();
-        if (m.timeMode == 3)
-            task->setMaybe(true);
-        if (m.ownerMode == 2)
-            task->setWaitingFor(true);
-    }
-    rearrangeObjects();
-    taskCountsHasChanged();
-    if (noGUI)
-        return task;
-
-    const int row = firstSelectionIndex();
-    clearSearchAndRebuild();
-    if (project)
-        viewSwitcher().projectController().selectRecord(project);
-    updatePredicate();
-    selectObject(task);
-    if (isNaturalOrdered() && row >= 0)
-        moveToPosition(row + 1);
-    viewSwitcher().selectTab(TaskView::Projects);
-    host().focusTaskTable();
-    host().bringMainWindowToFront(false);
-    host().activateApplication();
-    host().beginEditing(task, QStringLiteral("name"));
+    adoptNewTask(task, noGUI);
+    // The window comes to the front without taking the keyboard.
+    if (!noGUI)
+        showNewTask(task, viewSwitcher().projectController(), project, false);
     return task;
 }

@@ -229,12 +229,9 @@ void TabViewController::performNewFolderAction()
     case TaskView::ToComplete:
         m_smartFolders->insertSmartFolder();
         break;
-    case TaskView::Archive: {
-        auto* category = m_store.insertNewObject<ArchiveCategory>(QStringLiteral("archiveCategory"));
-        category->setName(QStringLiteral("New category"));
-        m_host.refetchFolderTree(TaskView::Archive);
+    case TaskView::Archive:
+        addArchiveCategory(nullptr);
         break;
-    }
     case TaskView::Completed:
         break;
     }
@@ -249,17 +246,21 @@ void TabViewController::performNewSubfolderAction()
     case TaskView::Projects:
         m_projects->addNewProject(QStringLiteral("New project"), m_projects->selectedObject());
         break;
-    case TaskView::Archive: {
-        auto* category = m_store.insertNewObject<ArchiveCategory>(QStringLiteral("archiveCategory"));
-        category->setName(QStringLiteral("New category"));
-        if (ArchiveCategory* parent = m_archiveCategories->selectedObject())
-            parent->addSubcategoriesObject(category);
-        m_host.refetchFolderTree(TaskView::Archive);
+    case TaskView::Archive:
+        addArchiveCategory(m_archiveCategories->selectedObject());
         break;
-    }
     default:
         break;
     }
+}
+
+void TabViewController::addArchiveCategory(ArchiveCategory* parent)
+{
+    auto* category = m_store.insertNewObject<ArchiveCategory>(QStringLiteral("archiveCategory"));
+    category->setName(QStringLiteral("New category"));
+    if (parent)
+        parent->addSubcategoriesObject(category);
+    m_host.refetchFolderTree(TaskView::Archive);
 }
 
 QString TabViewController::currentTaskContainer() const

@@ -108,6 +108,7 @@ private:
     void stepMode(int ViewModes::*mode, int delta, int last);
     void toggleMode(bool ViewModes::*mode, const QString ViewModeKeys::*key);
     void writeMode(TaskView view, const ViewModes& modes);
+    void addArchiveCategory(ArchiveCategory* parent);
 
     ObjectContext& m_store;
     Preferences& m_preferences;

@@ -153,6 +153,18 @@ Predicate TasksArrayController::term(const QString& format)
     return Predicate::fromFormat(format, {DateAnchors::today()});
 }
 
+void TasksArrayController::appendModeTerms(QList<Predicate>& terms, const ViewModes& modes, TimeTermStyle style, bool withNextActions)
+{
+    if (auto time = timeModeTerm(modes.timeMode, style))
+        terms << term(*time);
+    if (auto owner = ownerModeTerm(modes.ownerMode))
+        terms << term(*owner);
+    if (modes.flagged)
+        terms << term(flaggedModeTerm());
+    if (withNextActions && modes.nextActions)
+        terms << term(nextActionsModeTerm());
+}
+
 void TasksArrayController::clearSearchAndRebuild()
 {
     host().clearSearchField();

@@ -108,6 +108,9 @@ protected:
     void installPredicate(QList<Predicate> terms);
     // "Today" for the "%@" of the mode terms, taken when the predicate is built.
     static Predicate term(const QString& format);
+    // The terms of the modes in their order: time, owner, flagged, and next actions where the view has
+    // that mode.
+    static void appendModeTerms(QList<Predicate>& terms, const ViewModes& modes, TimeTermStyle style, bool withNextActions);
     // Clears the search, rebuilds every list's predicate: what a creation through the windows does first.
     void clearSearchAndRebuild();
 
