@@ -49,12 +49,6 @@ TaskQueryResult Context::uncompletedTasks() const
     return fetchTasks(*this, uncompletedQuery());
 }
 
-qint64 Context::uncompletedTasksCount() const
-{
-    const auto tasks = uncompletedTasks();
-    return tasks ? qint64(tasks->size()) : 0;
-}
-
 TaskQueryResult Context::completedTasks() const
 {
     static const Predicate p = Predicate::templateFromFormat(QStringLiteral("(parentContext==%@) and (cleanedUp == 1)"));
@@ -105,7 +99,7 @@ Colour Context::colourForContext() const
 
 void Context::calculateTaskPositions()
 {
-    if (DeferredRenumbering::defer(this, [](Record* r) { static_cast<Context*>(r)->calculateTaskPositions(); }))
+    if (DeferredRenumbering::defer(this, uncompletedQuery(), Task::Attr::positionInContext))
         return;
     renumberOpenTasks(*this, uncompletedQuery(), Task::Attr::positionInContext);
 }

@@ -65,7 +65,6 @@ public:
     std::pair<qint64, qint64> pendingTasksCountArray() const { return {savedPendingTasksCount(), savedPendingTasksCountIncludingSubcontexts()}; }
     TaskQueryResult uncompletedTasks() const;
     bool hasUncompletedTasks() const { return uncompletedTasksCount() > 0; }
-    qint64 uncompletedTasksCount() const;
     TaskQueryResult completedTasks() const;
     TaskQueryResult nextActionTasks() const { return taskQuery(TaskCounter::NextAction); }
     TaskQueryResult nextActionTasksIncludingSubcontexts() const { return taskQueryIncludingSubtree(TaskCounter::NextAction); }

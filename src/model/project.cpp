@@ -48,11 +48,6 @@ TaskQueryResult Project::uncompletedTasks() const
     return fetchTasks(*this, uncompletedQuery());
 }
 
-qint64 Project::uncompletedTasksCount() const
-{
-    return sizeOf(uncompletedTasks());
-}
-
 qint64 Project::pendingTasksCount() const
 {
     return sizeOf(pendingTasks());
@@ -143,7 +138,7 @@ Colour Project::colourForProject() const
 
 void Project::calculateTaskPositions()
 {
-    if (DeferredRenumbering::defer(this, [](Record* r) { static_cast<Project*>(r)->calculateTaskPositions(); }))
+    if (DeferredRenumbering::defer(this, uncompletedQuery(), Task::Attr::positionInProject))
         return;
     renumberOpenTasks(*this, uncompletedQuery(), Task::Attr::positionInProject);
 }

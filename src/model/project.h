@@ -62,7 +62,6 @@ public:
 
     TaskQueryResult uncompletedTasks() const;
     bool hasUncompletedTasks() const { return uncompletedTasksCount() > 0; }
-    qint64 uncompletedTasksCount() const;
     TaskQueryResult pendingTasks() const { return taskQuery(TaskCounter::Pending); }
     TaskQueryResult pendingTasksIncludingSubprojects() const { return taskQueryIncludingSubtree(TaskCounter::Pending); }
     bool hasPendingTasks() const { return pendingTasksCount() > 0 && active(); }

@@ -337,9 +337,67 @@ void Task::setDisplayURL(const QStringList& urls)
 void Task::describe(EntityDescription& entity)
 {
     VYRO_TASK_ATTRIBUTES(VYRO_ATTRIBUTE_DESCRIPTION)
+    // Closing up a context after a clean-up renumbers most of its tasks.
+    entity.setAttributeStorage(Attr::positionInContext, AttributeStorage::Packed);
+    entity.setAttributeStorage(Attr::positionInProject, AttributeStorage::Packed);
+    entity.setChangeHooks({&Task::attributeChanged, &Task::toOneChanged, &Task::deletedChanged});
     entity.addRelationship({QStringLiteral("parentContext"), QStringLiteral("context"), false, QStringLiteral("tasks")});
     entity.addRelationship({QStringLiteral("parentProject"), QStringLiteral("project"), false, QStringLiteral("tasks")});
     entity.addRelationship({QStringLiteral("parentArchiveCategory"), QStringLiteral("archiveCategory"), false, QStringLiteral("tasks")});
     // The tables sort by it.
     entity.addDerivedKey({QStringLiteral("status"), [](const Record& r) { return Value::integer(static_cast<const Task&>(r).status()); }, {}});
+}
+
+bool Task::countsAsOpen(const Value& cleanedUp, const Value& archived)
+{
+    const bool cleaned = cleanedUp.isIntegral() && cleanedUp.integral() == 1;
+    const bool unarchived = archived.isIntegral() && archived.integral() == 0;
+    return !cleaned && unarchived;
+}
+
+// A task counts in its context's and project's open tasks while it is alive, linked to them and open.
+void Task::adjustOpenCounts(qint64 delta) const
+{
+    if (Context* c = parentContext())
+        c->adjustUncompletedTasksCount(delta);
+    if (Project* p = parentProject())
+        p->adjustUncompletedTasksCount(delta);
+}
+
+void Task::attributeChanged(Record& record, int attribute, const Value& oldValue)
+{
+    if ((attribute != Attr::cleanedUp && attribute != Attr::archived) || record.isDeleted())
+        return;
+    const auto& task = static_cast<const Task&>(record);
+    const Value& cleanedUp = task.primitiveValue(Attr::cleanedUp);
+    const Value& archived = task.primitiveValue(Attr::archived);
+    const bool was = attribute == Attr::cleanedUp ? countsAsOpen(oldValue, archived) : countsAsOpen(cleanedUp, oldValue);
+    const bool is = countsAsOpen(cleanedUp, archived);
+    if (was != is)
+        task.adjustOpenCounts(is ? 1 : -1);
+}
+
+void Task::toOneChanged(Record& record, int relationship, Record* oldTarget, Record* newTarget)
+{
+    const auto& task = static_cast<const Task&>(record);
+    if ((relationship != Rel::parentContext && relationship != Rel::parentProject) || record.isDeleted()
+        || !countsAsOpen(task.primitiveValue(Attr::cleanedUp), task.primitiveValue(Attr::archived)))
+        return;
+    auto adjust = [relationship](Record* folder, qint64 delta) {
+        if (!folder)
+            return;
+        if (relationship == Rel::parentContext)
+            static_cast<Context*>(folder)->adjustUncompletedTasksCount(delta);
+        else
+            static_cast<Project*>(folder)->adjustUncompletedTasksCount(delta);
+    };
+    adjust(oldTarget, -1);
+    adjust(newTarget, 1);
+}
+
+void Task::deletedChanged(Record& record, bool deleted)
+{
+    const auto& task = static_cast<const Task&>(record);
+    if (countsAsOpen(task.primitiveValue(Attr::cleanedUp), task.primitiveValue(Attr::archived)))
+        task.adjustOpenCounts(deleted ? -1 : 1);
 }

@@ -87,6 +87,10 @@ public:
     QString defaultSyncID() const { return uri(); }
 
     static void describe(EntityDescription& entity);
+    // Whether a task with these values is one of its folders' open tasks: the task's part of their
+    // uncompleted-tasks query, "(cleanedUp <> 1) and (archived == 0)", read as the predicate reads NULL
+    // (an unset cleanedUp is not 1; an unset archived is not 0).
+    static bool countsAsOpen(const Value& cleanedUp, const Value& archived);
 
 protected:
     void storeValueForKey(int attribute, const Value& value) override;
@@ -96,4 +100,9 @@ private:
     void resetParentCounters();
     void postInboxNotificationIfInInbox();
     void applyRecurNumber(const Value& value);
+    // The change hooks that keep the folders' open-task counts in step.
+    static void attributeChanged(Record& record, int attribute, const Value& oldValue);
+    static void toOneChanged(Record& record, int relationship, Record* oldTarget, Record* newTarget);
+    static void deletedChanged(Record& record, bool deleted);
+    void adjustOpenCounts(qint64 delta) const;
 };

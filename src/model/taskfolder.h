@@ -95,6 +95,25 @@ public:
     // The name behind one blank per ancestor.
     QString displayPathNameForList() const { return QString(depth(), QLatin1Char(' ')) + self().name(); }
 
+    // The number of open tasks, the length of the folder's uncompletedTasks query: counted by that query
+    // the first time it is asked, then kept in step by the task entity's change hooks (see
+    // Task::describe), since placing a task at the end of a large folder asks it again and again.
+    qint64 uncompletedTasksCount() const
+    {
+        if (!m_uncompleted) {
+            const TaskQueryResult tasks = self().uncompletedTasks();
+            if (!tasks)
+                return 0;
+            m_uncompleted = qint64(tasks->size());
+        }
+        return *m_uncompleted;
+    }
+    void adjustUncompletedTasksCount(qint64 delta) const
+    {
+        if (m_uncompleted)
+            *m_uncompleted += delta;
+    }
+
     bool isCounterComputed(TaskCounter kind, bool subtree) const { return (subtree ? m_subtree : m_own)[int(kind)].has_value(); }
 
     // "%d children", "1 child" or "".
@@ -125,6 +144,7 @@ private:
     const Folder& self() const { return static_cast<const Folder&>(*this); }
     mutable std::optional<qint64> m_own[kTaskCounterKinds];
     mutable std::optional<qint64> m_subtree[kTaskCounterKinds];
+    mutable std::optional<qint64> m_uncompleted;
 };
 
 // Counts, in one walk over `candidates`, the records each predicate accepts; only for the slots that
@@ -141,8 +161,9 @@ public:
     ~DeferredRenumbering();
     DeferredRenumbering(const DeferredRenumbering&) = delete;
     DeferredRenumbering& operator=(const DeferredRenumbering&) = delete;
-    // True when the renumbering of `folder` was put off (run it later with `renumber`).
-    static bool defer(Record* folder, void (*renumber)(Record*));
+    // True when the renumbering of `folder` was put off (it runs later as renumberOpenTasks with the
+    // same arguments).
+    static bool defer(Record* folder, const Predicate& openTasks, int positionAttribute);
 };
 
 // The four queries of a context or project, each a template with the folder as first argument; the due
@@ -160,10 +181,14 @@ void countFolderTasks(const Record& folder, const std::vector<Record*>& tasks, F
 using OwnCountsOf = std::optional<qint64>* (*)(const Record& folder);
 bool countWaitingFoldersInOnePass(const Record& folder, int tasksRelationship, FolderQueries queries, OwnCountsOf ownCounts);
 
-// Numbers a folder's open tasks 1..n in their present order: `openTasks` is the folder's open-task
-// query (a template taking the folder), `positionAttribute` the task attribute that holds the order.
-// A failed fetch changes nothing.
+// Numbers a folder's open tasks 1..n in their present order (tasks with the same position in the order
+// of their keys): `openTasks` is the folder's open-task query (a template taking the folder and pinning
+// the tasks' link to it), `positionAttribute` the task attribute that holds the order. A failed fetch
+// changes nothing.
 void renumberOpenTasks(Record& folder, const Predicate& openTasks, int positionAttribute);
+// The same for several folders of one kind. When their tasks are a good share of all tasks, one pass
+// over every task in memory order finds them all instead of a walk through each folder's scattered tasks.
+void renumberOpenTasks(const std::vector<Record*>& folders, const Predicate& openTasks, int positionAttribute);
 
 // Runs a task query: the predicate template filled with the folder and any further arguments.
 TaskQueryResult fetchTasks(const Record& folder, const Predicate& templatePredicate, const QList<PredicateArgument>& more = {});

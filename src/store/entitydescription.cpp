@@ -14,6 +14,14 @@ int EntityDescription::addAttribute(const QString& name, AttributeType type)
     return int(m_attributes.size()) - 1;
 }
 
+void EntityDescription::setAttributeStorage(int attribute, AttributeStorage storage)
+{
+    auto& a = m_attributes[size_t(attribute)];
+    a.storage = a.type == AttributeType::Integer ? storage : AttributeStorage::Column;
+    const std::uint64_t bit = std::uint64_t(1) << attribute;
+    m_packed = a.storage == AttributeStorage::Packed ? m_packed | bit : m_packed & ~bit;
+}
+
 int EntityDescription::addRelationship(RelationshipDescription relationship)
 {
     m_slots.push_back(relationship.toMany ? m_toManyCount++ : m_toOneCount++);

@@ -4,6 +4,7 @@
 
 #include <QString>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -13,9 +14,19 @@ class EntityDescription;
 
 enum class AttributeType { Bool, Integer, Double, String, Date };
 
+// Where the data file keeps an attribute's values.
+enum class AttributeStorage {
+    Column, // a column of the entity's table
+    // Integers only: packed with the same attribute of the records whose keys lie near, a block of them
+    // per row of a side table. For values that are rewritten thousands at a time (the natural-order
+    // positions): a save then writes a few blocks instead of thousands of whole rows.
+    Packed,
+};
+
 struct AttributeDescription {
     QString name;
     AttributeType type;
+    AttributeStorage storage = AttributeStorage::Column;
 };
 
 // What deleting the source record does to the records of a relationship.
@@ -43,6 +54,15 @@ struct DerivedKeyDescription {
     std::function<qint64(const Record&)> count;          // for "@count"; may be empty
 };
 
+// Told of every tracked change to a record of the entity, right after it: setters, undo and redo, not
+// loading. For counts that the model keeps in step itself instead of counting again.
+struct ChangeHooks {
+    std::function<void(Record& record, int attribute, const Value& oldValue)> attributeChanged;
+    std::function<void(Record& record, int relationship, Record* oldTarget, Record* newTarget)> toOneChanged;
+    // The record was deleted, or brought back by undo or redo.
+    std::function<void(Record& record, bool deleted)> deletedChanged;
+};
+
 // One entity of the data model. Attributes and relationships are addressed by index; the index of a
 // property is its position in the order it was added, so record classes can use enums for speed.
 // To-one and to-many relationships are numbered among all relationships; each record keeps separate
@@ -56,8 +76,14 @@ public:
     const QString& name() const { return m_name; }
 
     int addAttribute(const QString& name, AttributeType type);
+    // Only integer attributes can be packed; others keep their column.
+    void setAttributeStorage(int attribute, AttributeStorage storage);
+    // Bit i set for each packed attribute i.
+    std::uint64_t packedAttributes() const { return m_packed; }
     int addRelationship(RelationshipDescription relationship);
     void addDerivedKey(DerivedKeyDescription key);
+    void setChangeHooks(ChangeHooks hooks) { m_hooks = std::move(hooks); }
+    const ChangeHooks& changeHooks() const { return m_hooks; }
 
     const std::vector<AttributeDescription>& attributes() const { return m_attributes; }
     const std::vector<RelationshipDescription>& relationships() const { return m_relationships; }
@@ -83,6 +109,8 @@ private:
     std::vector<int> m_slots;
     int m_toOneCount = 0;
     int m_toManyCount = 0;
+    std::uint64_t m_packed = 0;
+    ChangeHooks m_hooks;
 };
 
 // The entities of a store. Built once, finalized (which resolves destinations and inverses), then shared

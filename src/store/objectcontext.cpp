@@ -2,6 +2,7 @@
 
 #include "store/datafilelock.h"
 #include "store/objecturi.h"
+#include "store/packedvalues.h"
 #include "store/record.h"
 #include "store/sqlitestore.h"
 
@@ -12,8 +13,8 @@
 
 bool ChangeBatch::changed(Record* record, QStringView key) const
 {
-    auto it = changedKeys.find(record);
-    if (it == changedKeys.end())
+    const auto it = std::find(updated.begin(), updated.end(), record);
+    if (it == updated.end())
         return false;
     const EntityDescription& e = record->entity();
     int bit = e.attributeIndex(key);
@@ -23,13 +24,29 @@ bool ChangeBatch::changed(Record* record, QStringView key) const
             return false;
         bit = int(e.attributes().size()) + r;
     }
-    return bit < 64 && (it->second & (std::uint64_t(1) << bit));
+    return bit < 64 && (updatedKeys[size_t(it - updated.begin())] & (std::uint64_t(1) << bit));
 }
 
 ObjectContext::ObjectContext(std::shared_ptr<const DataModel> model, QObject* parent)
-    : QObject(parent), m_model(std::move(model)), m_entities(m_model->entities().size()),
-      m_uuid(QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper())
+    : QObject(parent), m_model(std::move(model)), m_uuid(QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper())
 {
+    resetEntities();
+}
+
+void ObjectContext::resetEntities()
+{
+    m_entities = std::vector<EntityRecords>(m_model->entities().size());
+    for (size_t e = 0; e < m_entities.size(); ++e)
+        if (m_model->entities()[e]->packedAttributes())
+            m_entities[e].packed = std::make_unique<PackedValues>(*m_model->entities()[e]);
+}
+
+bool ObjectContext::hasPackedChanges() const
+{
+    for (const EntityRecords& bucket : m_entities)
+        if (bucket.packed && bucket.packed->hasChanges())
+            return true;
+    return false;
 }
 
 ObjectContext::~ObjectContext() = default;
@@ -45,7 +62,7 @@ Status ObjectContext::addSqliteStore(const QString& path, std::unique_ptr<DataFi
     if (!store)
         return store.status();
     if (Status s = (*store)->loadInto(*this); !s.isOk()) {
-        m_entities = std::vector<EntityRecords>(m_model->entities().size());
+        resetEntities();
         return s;
     }
     m_store = std::move(*store);
@@ -106,7 +123,7 @@ Record* ObjectContext::insertNewObject(const QString& entityName)
     Record* r = adopt(entity->makeRecord(), ++bucket.maxKey);
     markDirty(r);
     noteBatchChange(r, -1);
-    m_batch[r].inserted = true;
+    r->m_batch.inserted = true;
     m_undo.registerEntry({UndoEntry::Kind::Inserted, r});
     return r;
 }
@@ -131,6 +148,8 @@ void ObjectContext::deleteObject(Record* record)
                 member->setToOne(rel.inverseIndex, nullptr);
         }
     }
+    // Its own links are cleared while it still counts as alive, as any other change would be.
+    record->m_deleted = false;
     for (size_t i = 0; i < entity.relationships().size(); ++i)
         if (!entity.relationships()[i].toMany)
             record->setToOne(int(i), nullptr);
@@ -146,7 +165,6 @@ void ObjectContext::deleteObject(Record* record)
                     candidate->setToOne(int(i), nullptr);
         }
     }
-    record->m_deleted = false;
     setDeletedFlag(record, true);
 }
 
@@ -156,11 +174,13 @@ void ObjectContext::setDeletedFlag(Record* record, bool deleted)
         return;
     record->m_deleted = deleted;
     markDirty(record);
-    BatchEntry& entry = m_batch[record];
-    if (!entry.touched) {
-        entry.touched = true;
-        m_batchOrder.push_back(record);
-    }
+    if (PackedValues* packed = recordsOf(record->entity()).packed.get())
+        for (int i = 0; i < int(packed->attributes().size()); ++i)
+            packed->set(i, record->primaryKey(), deleted ? Value() : record->primitiveValue(packed->attributes()[size_t(i)]));
+    if (const auto& hook = record->entity().changeHooks().deletedChanged)
+        hook(*record, deleted);
+    noteBatchChange(record, -1);
+    Record::BatchEntry& entry = record->m_batch;
     if (deleted) {
         entry.deleted = true;
     } else if (entry.deleted) {
@@ -174,9 +194,18 @@ void ObjectContext::setDeletedFlag(Record* record, bool deleted)
 
 void ObjectContext::didChangeAttribute(Record* record, int attribute, Value oldValue)
 {
-    markDirty(record);
-    record->m_changedColumns |= std::uint64_t(1) << attribute;
+    if (record->entity().packedAttributes() >> attribute & 1) {
+        // Saved from the packed blocks, which note the change: the record itself stays clean.
+        ++m_changeCount;
+        PackedValues& packed = *recordsOf(record->entity()).packed;
+        packed.set(packed.indexOf(attribute), record->primaryKey(), record->m_deleted ? Value() : record->primitiveValue(attribute));
+    } else {
+        markDirty(record);
+        record->m_changedColumns |= std::uint64_t(1) << attribute;
+    }
     noteBatchChange(record, attribute);
+    if (const auto& hook = record->entity().changeHooks().attributeChanged)
+        hook(*record, attribute, oldValue);
     UndoEntry entry {UndoEntry::Kind::Attribute, record, attribute};
     entry.value = std::move(oldValue);
     m_undo.registerEntry(std::move(entry));
@@ -196,6 +225,8 @@ void ObjectContext::didChangeToOne(Record* record, int relationship, Record* old
         if (newTarget)
             noteBatchChange(newTarget, bit);
     }
+    if (const auto& hook = record->entity().changeHooks().toOneChanged)
+        hook(*record, relationship, oldTarget, newTarget);
     UndoEntry entry {UndoEntry::Kind::ToOne, record, relationship};
     entry.target = oldTarget;
     m_undo.registerEntry(std::move(entry));
@@ -206,13 +237,13 @@ void ObjectContext::markDirty(Record* record)
     ++m_changeCount;
     if (!record->m_dirty) {
         record->m_dirty = true;
-        m_dirty.insert(record);
+        m_dirty.push_back(record);
     }
 }
 
 void ObjectContext::noteBatchChange(Record* record, int bit)
 {
-    BatchEntry& entry = m_batch[record];
+    Record::BatchEntry& entry = record->m_batch;
     if (!entry.touched) {
         entry.touched = true;
         m_batchOrder.push_back(record);
@@ -237,8 +268,10 @@ void ObjectContext::processPendingChanges()
     if (m_batchOrder.empty())
         return;
     ChangeBatch batch;
+    batch.updated.reserve(m_batchOrder.size());
+    batch.updatedKeys.reserve(m_batchOrder.size());
     for (Record* r : m_batchOrder) {
-        const BatchEntry& e = m_batch[r];
+        const Record::BatchEntry e = std::exchange(r->m_batch, {});
         if (e.inserted && e.deleted)
             continue;
         if (e.inserted)
@@ -247,10 +280,9 @@ void ObjectContext::processPendingChanges()
             batch.deleted.push_back(r);
         else {
             batch.updated.push_back(r);
-            batch.changedKeys.emplace(r, e.mask);
+            batch.updatedKeys.push_back(e.mask);
         }
     }
-    m_batch.clear();
     m_batchOrder.clear();
     if (!batch.isEmpty())
         Q_EMIT objectsDidChange(batch);
@@ -271,23 +303,46 @@ Result<std::vector<Record*>> ObjectContext::executeFetchRequest(const FetchReque
     std::vector<Record*> out;
     // Without a sort the first matches are the answer: stop once there are enough.
     const size_t enough = request.sortDescriptors.isEmpty() && request.fetchLimit > 0 ? size_t(request.fetchLimit) : SIZE_MAX;
-    auto consider = [&](Record* r) {
-        if (out.size() < enough && !r->m_deleted && (!request.predicate || request.predicate->evaluate(*r)))
-            out.push_back(r);
-    };
     const auto pinned = request.predicate ? request.predicate->pinnedRelationship(*entity) : std::pair<int, Record*> {-1, nullptr};
     if (pinned.second) {
         const auto& rel = entity->relationships()[size_t(pinned.first)];
-        for (Record* r : pinned.second->toMany(rel.inverseIndex))
-            consider(r);
+        filterInto(out, pinned.second->toMany(rel.inverseIndex), *entity, request.predicate, enough);
     } else {
-        for (const auto& r : m_entities[size_t(m_model->entityIndex(entity))].records)
-            consider(r.get());
+        filterInto(out, m_entities[size_t(m_model->entityIndex(entity))].records, *entity, request.predicate, enough);
     }
     sortRecords(out, request.sortDescriptors);
     if (request.fetchLimit > 0 && out.size() > size_t(request.fetchLimit))
         out.resize(size_t(request.fetchLimit));
     return out;
+}
+
+namespace {
+Record* recordOf(Record* r) { return r; }
+Record* recordOf(const std::unique_ptr<Record>& r) { return r.get(); }
+} // namespace
+
+template <typename Candidates>
+void ObjectContext::filterInto(std::vector<Record*>& out, const Candidates& candidates, const EntityDescription& entity,
+                               const std::optional<Predicate>& predicate, size_t enough)
+{
+    // Below this many candidates preparing the predicate costs more than it saves.
+    constexpr size_t kPrepareFrom = 256;
+    std::optional<PreparedPredicates> prepared;
+    if (predicate && candidates.size() >= kPrepareFrom)
+        prepared.emplace(std::vector<PreparedPredicates::Entry> {{*predicate, {}}}, entity);
+    const size_t n = candidates.size();
+    for (size_t i = 0; i < n && out.size() < enough; ++i) {
+        // Records lie anywhere in memory: start loading the ones a little further on.
+        if (i + 32 < n)
+            __builtin_prefetch(recordOf(candidates[i + 32]));
+        if (i + 16 < n)
+            recordOf(candidates[i + 16])->prefetch();
+        Record* r = recordOf(candidates[i]);
+        if (r->m_deleted)
+            continue;
+        if (prepared ? prepared->evaluate(*r, 1) != 0 : !predicate || predicate->evaluate(*r))
+            out.push_back(r);
+    }
 }
 
 std::vector<Record*> ObjectContext::allObjects(const QString& entityName) const
@@ -341,7 +396,32 @@ bool ObjectContext::hasChanges() const
     for (Record* r : m_dirty)
         if (!(r->m_deleted && !r->m_savedInStore))
             return true;
-    return false;
+    return hasPackedChanges();
+}
+
+void ObjectContext::sortByEntityAndKey(std::vector<Record*>& records) const
+{
+    // The sort keys read once, beside the record: comparing records would read each one many times.
+    struct Keyed {
+        int entity;
+        qint64 key;
+        Record* record;
+        bool operator<(const Keyed& other) const { return entity != other.entity ? entity < other.entity : key < other.key; }
+    };
+    std::vector<Keyed> keyed;
+    keyed.reserve(records.size());
+    const EntityDescription* last = nullptr;
+    int lastIndex = -1;
+    for (Record* r : records) {
+        if (&r->entity() != last) {
+            last = &r->entity();
+            lastIndex = m_model->entityIndex(last);
+        }
+        keyed.push_back({lastIndex, r->primaryKey(), r});
+    }
+    std::sort(keyed.begin(), keyed.end());
+    for (size_t i = 0; i < keyed.size(); ++i)
+        records[i] = keyed[i].record;
 }
 
 Status ObjectContext::save()
@@ -359,14 +439,10 @@ Status ObjectContext::save()
             changes.updated.push_back(r);
     }
     // Rows in key order: the file's B-trees are then walked once instead of at random.
-    auto byKey = [this](Record* a, Record* b) {
-        const int ea = m_model->entityIndex(&a->entity()), eb = m_model->entityIndex(&b->entity());
-        return ea != eb ? ea < eb : a->primaryKey() < b->primaryKey();
-    };
-    std::sort(changes.inserted.begin(), changes.inserted.end(), byKey);
-    std::sort(changes.updated.begin(), changes.updated.end(), byKey);
-    std::sort(changes.deleted.begin(), changes.deleted.end(), byKey);
-    if (changes.inserted.empty() && changes.updated.empty() && changes.deleted.empty()) {
+    sortByEntityAndKey(changes.inserted);
+    sortByEntityAndKey(changes.updated);
+    sortByEntityAndKey(changes.deleted);
+    if (changes.inserted.empty() && changes.updated.empty() && changes.deleted.empty() && !hasPackedChanges()) {
         for (Record* r : m_dirty) {
             r->m_dirty = false;
             r->m_changedColumns = 0;
@@ -377,8 +453,11 @@ Status ObjectContext::save()
     // Keys handed out are remembered even for records that were dropped unsaved, so none is reused.
     for (size_t e = 0; e < m_entities.size(); ++e)
         changes.maxKeys.emplace_back(m_model->entities()[e].get(), m_entities[e].maxKey);
-    if (Status s = m_store->save(changes); !s.isOk())
+    if (Status s = m_store->save(changes, *this); !s.isOk())
         return s;
+    for (EntityRecords& bucket : m_entities)
+        if (bucket.packed)
+            bucket.packed->clearChanges();
     for (Record* r : m_dirty) {
         r->m_savedInStore = !r->m_deleted;
         r->m_dirty = false;

@@ -13,9 +13,9 @@
 #include <memory>
 #include <span>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
+class PackedValues;
 class Record;
 class SqliteStore;
 
@@ -25,11 +25,13 @@ struct ChangeBatch {
     std::vector<Record*> inserted;
     std::vector<Record*> updated;
     std::vector<Record*> deleted;
-    // For each updated record: bit i set when attribute i changed; relationship j sets bit
-    // (attribute count + j). Entities have fewer than 64 properties.
-    std::unordered_map<Record*, std::uint64_t> changedKeys;
+    // For updated[i]: bit k set when attribute k changed; relationship j sets bit (attribute count + j).
+    // Entities have fewer than 64 properties.
+    std::vector<std::uint64_t> updatedKeys;
 
     bool isEmpty() const { return inserted.empty() && updated.empty() && deleted.empty(); }
+    // Whether `record` was updated in `key`. Looks the record up: for a few records, not a loop over
+    // the batch (which reads updatedKeys).
     bool changed(Record* record, QStringView key) const;
 };
 
@@ -114,6 +116,7 @@ private:
         std::vector<std::unique_ptr<Record>> records;
         std::unordered_map<qint64, Record*> byKey;
         qint64 maxKey = 0;
+        std::unique_ptr<PackedValues> packed; // for an entity with packed attributes
     };
 
     void didChangeAttribute(Record* record, int attribute, Value oldValue);
@@ -122,26 +125,28 @@ private:
     void markDirty(Record* record);
     void noteBatchChange(Record* record, int bit);
     void scheduleProcessing();
+    void sortByEntityAndKey(std::vector<Record*>& records) const;
+    // Appends the live candidates that match `predicate` (all when it is absent), up to `enough`.
+    template <typename Candidates>
+    static void filterInto(std::vector<Record*>& out, const Candidates& candidates, const EntityDescription& entity,
+                           const std::optional<Predicate>& predicate, size_t enough);
     Record* adopt(std::unique_ptr<Record> record, qint64 key);
     EntityRecords& recordsOf(const EntityDescription& entity);
     const EntityRecords* recordsOf(QStringView entityName) const;
     void applyReversal(UndoStack::Direction direction);
+    void resetEntities();
+    bool hasPackedChanges() const;
 
     std::shared_ptr<const DataModel> m_model;
     std::vector<EntityRecords> m_entities;
     std::unique_ptr<SqliteStore> m_store;
     QString m_uuid;
-    std::unordered_set<Record*> m_dirty;
+    std::vector<Record*> m_dirty; // each once: a record's m_dirty flag says whether it is here
     UndoStack m_undo;
 
-    struct BatchEntry {
-        bool touched = false;
-        bool inserted = false;
-        bool deleted = false;
-        std::uint64_t mask = 0;
-    };
-    std::unordered_map<Record*, BatchEntry> m_batch;
-    std::vector<Record*> m_batchOrder; // first-touch order, so observers see a stable order
+    // The records of the open batch, each once (its m_batch entry says it is here), in first-touch order
+    // so observers see a stable order.
+    std::vector<Record*> m_batchOrder;
     bool m_processingScheduled = false;
     quint64 m_changeCount = 0;
 };

@@ -89,6 +89,14 @@ private:
     // Stored columns changed since the last save: bit i for attribute i, bit (attributes + k) for the
     // k-th to-one relationship. A save writes only these.
     std::uint64_t m_changedColumns = 0;
+    // What the context's open change batch holds of this record.
+    struct BatchEntry {
+        bool touched = false;
+        bool inserted = false;
+        bool deleted = false;
+        std::uint64_t mask = 0; // bit i: attribute i; bit (attributes + j): relationship j
+    };
+    BatchEntry m_batch;
     std::unique_ptr<Value[]> m_values;
     std::unique_ptr<Record*[]> m_toOne;
     std::unique_ptr<std::vector<Record*>[]> m_toMany;

@@ -3,18 +3,23 @@
 #include "store/datafilelock.h"
 #include "store/entitydescription.h"
 #include "store/objectcontext.h"
+#include "store/packedblock.h"
+#include "store/packedvalues.h"
 #include "store/record.h"
 
 #include <QFileInfo>
 #include <QSet>
 #include <QUuid>
 
+#include <algorithm>
+
 #include <sqlite3.h>
 
 namespace {
 
 // Bumped when the layout of the file changes in a way that needs converting.
-constexpr int kFileFormat = 1;
+// 1: every attribute in a column. 2: packed attributes in vyro_packed.
+constexpr int kFileFormat = 2;
 
 QString quoted(const QString& identifier)
 {
@@ -69,16 +74,37 @@ Value valueColumn(sqlite3_stmt* s, int column, AttributeType type)
     return {};
 }
 
-// The stored columns of an entity after "pk": its attributes, then its to-one relationships.
-QStringList storedColumns(const EntityDescription& entity)
+// A column of an entity's table after "pk": an attribute kept in a column, or a to-one relationship.
+struct StoredColumn {
+    QString name;
+    const char* type;
+    int bit;               // the property's bit in a record's changed-columns mask
+    int relationship = -1; // for a to-one relationship: its index
+};
+
+// The columns of an entity's table after "pk": its attributes but the packed ones, then its to-one
+// relationships, in the order of their bits.
+std::vector<StoredColumn> storedColumns(const EntityDescription& entity)
 {
-    QStringList columns;
-    for (const auto& a : entity.attributes())
-        columns << a.name;
-    for (const auto& r : entity.relationships())
-        if (!r.toMany)
-            columns << r.name;
+    std::vector<StoredColumn> columns;
+    const int attributes = int(entity.attributes().size());
+    for (int a = 0; a < attributes; ++a) {
+        const auto& attribute = entity.attributes()[size_t(a)];
+        if (attribute.storage == AttributeStorage::Column)
+            columns.push_back({attribute.name, columnType(attribute.type), a});
+    }
+    for (size_t r = 0; r < entity.relationships().size(); ++r)
+        if (!entity.relationships()[r].toMany)
+            columns.push_back({entity.relationships()[r].name, "INTEGER", attributes + entity.slotOfRelationship(int(r)), int(r)});
     return columns;
+}
+
+QString columnList(const std::vector<StoredColumn>& columns)
+{
+    QStringList names;
+    for (const StoredColumn& c : columns)
+        names << quoted(c.name);
+    return names.join(QStringLiteral(", "));
 }
 
 } // namespace
@@ -96,6 +122,8 @@ SqliteStore::~SqliteStore()
         for (auto& update : st.updates)
             sqlite3_finalize(update.second);
     }
+    sqlite3_finalize(m_writeBlock);
+    sqlite3_finalize(m_removeBlock);
     sqlite3_close(m_db);
 }
 
@@ -180,6 +208,7 @@ Status SqliteStore::initialize()
         exec("ROLLBACK");
         return s;
     };
+    int format = kFileFormat;
     if (!tables.contains(QStringLiteral("vyro_store"))) {
         m_uuid = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
         const QString sql = QStringLiteral(
@@ -196,18 +225,22 @@ Status SqliteStore::initialize()
         if (sqlite3_step(st.s) != SQLITE_ROW)
             return fail(Status::corruption(QStringLiteral("%1 has no store identifier").arg(m_path)));
         m_uuid = textColumn(st.s, 0);
-        if (sqlite3_column_int(st.s, 1) > kFileFormat)
+        format = sqlite3_column_int(st.s, 1);
+        if (format > kFileFormat)
             return fail(Status::invalidArgument(QStringLiteral("%1 was written by a newer Vyro").arg(m_path)));
     }
-    // One table per entity; columns that a newer model added are added to older files.
+    if (!tables.contains(QStringLiteral("vyro_packed")))
+        if (Status s = exec("CREATE TABLE vyro_packed(entity TEXT NOT NULL, attribute TEXT NOT NULL, block INTEGER NOT NULL, "
+                            "data BLOB NOT NULL, PRIMARY KEY(entity, attribute, block))");
+            !s.isOk())
+            return fail(s);
+    // One table per entity; columns that a newer model added are added to older files, and values of
+    // attributes that are packed now move out of their columns.
     for (const auto& entity : m_model.entities()) {
         if (!tables.contains(entity->name())) {
             QStringList columns {QStringLiteral("pk INTEGER PRIMARY KEY")};
-            for (const auto& a : entity->attributes())
-                columns << quoted(a.name) + QLatin1Char(' ') + QLatin1String(columnType(a.type));
-            for (const auto& r : entity->relationships())
-                if (!r.toMany)
-                    columns << quoted(r.name) + QStringLiteral(" INTEGER");
+            for (const StoredColumn& c : storedColumns(*entity))
+                columns << quoted(c.name) + QLatin1Char(' ') + QLatin1String(c.type);
             if (Status s = exec(QStringLiteral("CREATE TABLE %1(%2)").arg(quoted(entity->name()), columns.join(QStringLiteral(", ")))); !s.isOk())
                 return fail(s);
             continue;
@@ -220,19 +253,140 @@ Status SqliteStore::initialize()
             while (sqlite3_step(st.s) == SQLITE_ROW)
                 existing.insert(textColumn(st.s, 1));
         }
-        for (const auto& a : entity->attributes())
-            if (!existing.contains(a.name))
-                if (Status s = exec(QStringLiteral("ALTER TABLE %1 ADD COLUMN %2 %3").arg(quoted(entity->name()), quoted(a.name), QLatin1String(columnType(a.type)))); !s.isOk())
+        for (const StoredColumn& c : storedColumns(*entity))
+            if (!existing.contains(c.name))
+                if (Status s = exec(QStringLiteral("ALTER TABLE %1 ADD COLUMN %2 %3").arg(quoted(entity->name()), quoted(c.name), QLatin1String(c.type))); !s.isOk())
                     return fail(s);
-        for (const auto& r : entity->relationships())
-            if (!r.toMany && !existing.contains(r.name))
-                if (Status s = exec(QStringLiteral("ALTER TABLE %1 ADD COLUMN %2 INTEGER").arg(quoted(entity->name()), quoted(r.name))); !s.isOk())
+        for (size_t a = 0; a < entity->attributes().size(); ++a)
+            if (entity->attributes()[a].storage == AttributeStorage::Packed && existing.contains(entity->attributes()[a].name))
+                if (Status s = packColumn(*entity, int(a)); !s.isOk())
                     return fail(s);
     }
+    if (format < kFileFormat)
+        if (Status s = exec(QStringLiteral("UPDATE vyro_store SET format = %1").arg(kFileFormat)); !s.isOk())
+            return fail(s);
     if (Status s = exec("COMMIT"); !s.isOk())
         return fail(s);
     m_statements.resize(m_model.entities().size());
     return Status::ok();
+}
+
+namespace {
+
+// Records of one entity in key order: the one with `key`, or nullptr. `from` is where the search for an
+// earlier, smaller key ended; keys asked in ascending order then cost one pass.
+Record* recordWithKey(std::span<const std::unique_ptr<Record>> records, size_t& from, qint64 key)
+{
+    if (from < records.size() && records[from]->primaryKey() > key)
+        from = 0;
+    if (from + 8 < records.size() && records[from + 8]->primaryKey() <= key)
+        from = size_t(std::lower_bound(records.begin() + std::ptrdiff_t(from), records.end(), key,
+                                       [](const std::unique_ptr<Record>& r, qint64 k) { return r->primaryKey() < k; })
+                      - records.begin());
+    while (from < records.size() && records[from]->primaryKey() < key)
+        ++from;
+    return from < records.size() && records[from]->primaryKey() == key ? records[from].get() : nullptr;
+}
+
+} // namespace
+
+Status SqliteStore::loadPacked(const EntityDescription& entity, std::span<const std::unique_ptr<Record>> records, PackedValues& packed)
+{
+    Status status;
+    Statement st {prepare(QStringLiteral("SELECT attribute, block, data FROM vyro_packed WHERE entity = ?1 ORDER BY attribute, block"), status)};
+    if (!st.s)
+        return status;
+    const QByteArray name = entity.name().toUtf8();
+    sqlite3_bind_text(st.s, 1, name.constData(), int(name.size()), SQLITE_TRANSIENT);
+    int rc;
+    while ((rc = sqlite3_step(st.s)) == SQLITE_ROW) {
+        const QString attributeName = textColumn(st.s, 0);
+        const int attribute = entity.attributeIndex(attributeName);
+        const int index = attribute < 0 ? -1 : packed.indexOf(attribute);
+        // Values of an attribute the model no longer packs (or no longer has) are not read.
+        if (index < 0)
+            continue;
+        const qint64 block = sqlite3_column_int64(st.s, 1);
+        const auto stored = PackedBlock::decode(sqlite3_column_blob(st.s, 2), sqlite3_column_bytes(st.s, 2));
+        if (!stored || block < 0)
+            return Status::corruption(QStringLiteral("%1: the stored %2 of %3 block %4 are damaged").arg(m_path, attributeName, entity.name()).arg(block));
+        // Only the values of records that exist are kept.
+        PackedBlock kept;
+        size_t from = 0;
+        for (int slot = 0; slot < PackedBlock::kSlots; ++slot) {
+            const Value v = stored->value(slot);
+            if (v.isNull())
+                continue;
+            if (Record* r = recordWithKey(records, from, PackedBlock::firstKey(block) + slot)) {
+                r->loadValue(attribute, v);
+                kept.set(slot, v);
+            }
+        }
+        if (!kept.isEmpty())
+            packed.load(index, block, kept);
+    }
+    if (rc != SQLITE_DONE)
+        return error(QStringLiteral("Reading %1 from %2").arg(entity.name(), m_path));
+    return Status::ok();
+}
+
+Status SqliteStore::writePacked(const EntityDescription& entity, int attribute, qint64 block, const PackedBlock& values)
+{
+    Status status;
+    if (!m_writeBlock)
+        m_writeBlock = prepare(QStringLiteral("INSERT OR REPLACE INTO vyro_packed(entity, attribute, block, data) VALUES (?1, ?2, ?3, ?4)"), status);
+    if (!m_removeBlock)
+        m_removeBlock = prepare(QStringLiteral("DELETE FROM vyro_packed WHERE entity = ?1 AND attribute = ?2 AND block = ?3"), status);
+    if (!m_writeBlock || !m_removeBlock)
+        return status;
+    sqlite3_stmt* st = values.isEmpty() ? m_removeBlock : m_writeBlock;
+    const QByteArray entityName = entity.name().toUtf8();
+    const QByteArray attributeName = entity.attributes()[size_t(attribute)].name.toUtf8();
+    sqlite3_bind_text(st, 1, entityName.constData(), int(entityName.size()), SQLITE_TRANSIENT);
+    sqlite3_bind_text(st, 2, attributeName.constData(), int(attributeName.size()), SQLITE_TRANSIENT);
+    sqlite3_bind_int64(st, 3, block);
+    QByteArray data;
+    if (!values.isEmpty()) {
+        data = values.encode();
+        sqlite3_bind_blob(st, 4, data.constData(), int(data.size()), SQLITE_STATIC);
+    }
+    const int rc = sqlite3_step(st);
+    sqlite3_reset(st);
+    sqlite3_clear_bindings(st);
+    if (rc != SQLITE_DONE)
+        return error(QStringLiteral("Saving %1 of %2 in %3").arg(entity.attributes()[size_t(attribute)].name, entity.name(), m_path));
+    return Status::ok();
+}
+
+Status SqliteStore::packColumn(const EntityDescription& entity, int attribute)
+{
+    Status status;
+    const QString column = quoted(entity.attributes()[size_t(attribute)].name);
+    {
+        Statement st {prepare(QStringLiteral("SELECT pk, %1 FROM %2 WHERE %1 IS NOT NULL ORDER BY pk").arg(column, quoted(entity.name())), status)};
+        if (!st.s)
+            return status;
+        PackedBlock values;
+        qint64 block = -1;
+        int rc;
+        while ((rc = sqlite3_step(st.s)) == SQLITE_ROW) {
+            const qint64 key = sqlite3_column_int64(st.s, 0);
+            if (PackedBlock::blockOfKey(key) != block) {
+                if (block >= 0)
+                    if (Status s = writePacked(entity, attribute, block, values); !s.isOk())
+                        return s;
+                values = PackedBlock();
+                block = PackedBlock::blockOfKey(key);
+            }
+            values.set(int(key - PackedBlock::firstKey(block)), Value::integer(sqlite3_column_int64(st.s, 1)));
+        }
+        if (rc != SQLITE_DONE)
+            return error(QStringLiteral("Reading %1 from %2").arg(entity.name(), m_path));
+        if (block >= 0)
+            if (Status s = writePacked(entity, attribute, block, values); !s.isOk())
+                return s;
+    }
+    return exec(QStringLiteral("ALTER TABLE %1 DROP COLUMN %2").arg(quoted(entity.name()), column));
 }
 
 Status SqliteStore::loadInto(ObjectContext& context)
@@ -256,13 +410,10 @@ Status SqliteStore::loadInto(ObjectContext& context)
 
     for (const auto& entityPtr : m_model.entities()) {
         const EntityDescription& entity = *entityPtr;
-        QStringList columns;
-        for (const QString& c : storedColumns(entity))
-            columns << quoted(c);
-        Statement st {prepare(QStringLiteral("SELECT pk, %1 FROM %2 ORDER BY pk").arg(columns.join(QStringLiteral(", ")), quoted(entity.name())), status)};
+        const std::vector<StoredColumn> columns = storedColumns(entity);
+        Statement st {prepare(QStringLiteral("SELECT pk, %1 FROM %2 ORDER BY pk").arg(columnList(columns), quoted(entity.name())), status)};
         if (!st.s)
             return status;
-        const int attributeCount = int(entity.attributes().size());
         auto& bucket = context.recordsOf(entity);
         // Keys are dense, so the highest key is a good guess at the number of rows.
         bucket.byKey.reserve(size_t(bucket.maxKey));
@@ -273,20 +424,20 @@ Status SqliteStore::loadInto(ObjectContext& context)
             const qint64 key = sqlite3_column_int64(st.s, 0);
             Record* record = context.adopt(entity.makeRecord(), key);
             record->m_savedInStore = true;
-            for (int a = 0; a < attributeCount; ++a)
-                record->loadValue(a, valueColumn(st.s, a + 1, entity.attributes()[size_t(a)].type));
-            int column = attributeCount + 1;
-            for (size_t r = 0; r < entity.relationships().size(); ++r) {
-                if (entity.relationships()[r].toMany)
-                    continue;
-                if (sqlite3_column_type(st.s, column) != SQLITE_NULL)
-                    links.push_back({record, int(r), sqlite3_column_int64(st.s, column)});
-                ++column;
+            for (size_t c = 0; c < columns.size(); ++c) {
+                const int column = int(c) + 1;
+                if (columns[c].relationship < 0)
+                    record->loadValue(columns[c].bit, valueColumn(st.s, column, entity.attributes()[size_t(columns[c].bit)].type));
+                else if (sqlite3_column_type(st.s, column) != SQLITE_NULL)
+                    links.push_back({record, columns[c].relationship, sqlite3_column_int64(st.s, column)});
             }
         }
         if (rc != SQLITE_DONE)
             return error(QStringLiteral("Reading %1 from %2").arg(entity.name(), m_path));
         bucket.maxKey = std::max(bucket.maxKey, bucket.byKey.empty() ? 0 : bucket.records.back()->primaryKey());
+        if (bucket.packed)
+            if (Status s = loadPacked(entity, bucket.records, *bucket.packed); !s.isOk())
+                return s;
     }
 
     for (const PendingLink& link : links) {
@@ -403,6 +554,7 @@ void bindValue(sqlite3_stmt* st, int column, const Value& v)
 int SqliteStore::bindColumns(sqlite3_stmt* st, const Record& record, std::uint64_t columns, int firstParameter)
 {
     const EntityDescription& entity = record.entity();
+    columns &= ~entity.packedAttributes();
     const int attributes = int(entity.attributes().size());
     int parameter = firstParameter;
     for (int a = 0; a < attributes; ++a)
@@ -426,31 +578,26 @@ sqlite3_stmt* SqliteStore::updateStatement(const EntityDescription& entity, Stat
     for (const auto& [mask, statement] : statements.updates)
         if (mask == columns)
             return statement;
-    const QStringList names = storedColumns(entity);
     QStringList assignments;
-    for (qsizetype c = 0; c < names.size(); ++c)
-        if (columns & (std::uint64_t(1) << c))
-            assignments << quoted(names[c]) + QStringLiteral(" = ?");
+    for (const StoredColumn& c : storedColumns(entity))
+        if (columns & (std::uint64_t(1) << c.bit))
+            assignments << quoted(c.name) + QStringLiteral(" = ?");
     sqlite3_stmt* statement = prepare(QStringLiteral("UPDATE %1 SET %2 WHERE pk = ?").arg(quoted(entity.name()), assignments.join(QStringLiteral(", "))), status);
     if (statement)
         statements.updates.emplace_back(columns, statement);
     return statement;
 }
 
-Status SqliteStore::save(const Changes& changes)
+Status SqliteStore::save(const Changes& changes, const ObjectContext& context)
 {
     Status status;
     auto statementsFor = [&](const EntityDescription& entity) -> Statements* {
         Statements& st = m_statements[size_t(m_model.entityIndex(&entity))];
         if (!st.insert) {
-            const QStringList columns = storedColumns(entity);
-            QStringList names, placeholders;
-            for (const QString& c : columns) {
-                names << quoted(c);
-                placeholders << QStringLiteral("?");
-            }
+            const std::vector<StoredColumn> columns = storedColumns(entity);
+            const QString placeholders = QStringLiteral(", ?").repeated(qsizetype(columns.size()));
             const QString table = quoted(entity.name());
-            st.insert = prepare(QStringLiteral("INSERT INTO %1(pk, %2) VALUES (?, %3)").arg(table, names.join(QStringLiteral(", ")), placeholders.join(QStringLiteral(", "))), status);
+            st.insert = prepare(QStringLiteral("INSERT INTO %1(pk, %2) VALUES (?%3)").arg(table, columnList(columns), placeholders), status);
             st.remove = prepare(QStringLiteral("DELETE FROM %1 WHERE pk = ?").arg(table), status);
             if (!st.insert || !st.remove)
                 return nullptr;
@@ -494,11 +641,15 @@ Status SqliteStore::save(const Changes& changes)
     }
     for (size_t i = 0; ok && i < changes.updated.size(); ++i) {
         Record* r = changes.updated[i];
+        // Packed values are not in the row (they go with the blocks below).
+        const std::uint64_t columns = r->m_changedColumns & ~r->entity().packedAttributes();
+        if (!columns)
+            continue;
         Statements* st = statementsFor(r->entity());
-        sqlite3_stmt* update = st ? updateStatement(r->entity(), *st, r->m_changedColumns, status) : nullptr;
+        sqlite3_stmt* update = st ? updateStatement(r->entity(), *st, columns, status) : nullptr;
         if (!(ok = update != nullptr))
             break;
-        const int bound = bindColumns(update, *r, r->m_changedColumns);
+        const int bound = bindColumns(update, *r, columns);
         sqlite3_bind_int64(update, bound + 1, r->primaryKey());
         ok = run(update, *r);
     }
@@ -510,6 +661,8 @@ Status SqliteStore::save(const Changes& changes)
         sqlite3_bind_int64(st->remove, 1, r->primaryKey());
         ok = run(st->remove, *r);
     }
+    if (ok)
+        ok = (status = savePacked(context)).isOk();
     if (ok && !changes.maxKeys.empty()) {
         Statement st {prepare(QStringLiteral("INSERT OR REPLACE INTO vyro_keys(entity, maxkey) VALUES (?, ?)"), status)};
         ok = st.s != nullptr;
@@ -528,6 +681,24 @@ Status SqliteStore::save(const Changes& changes)
     if (!ok) {
         exec("ROLLBACK");
         return status.isOk() ? error(QStringLiteral("Saving %1").arg(m_path)) : status;
+    }
+    return Status::ok();
+}
+
+Status SqliteStore::savePacked(const ObjectContext& context)
+{
+    for (size_t e = 0; e < m_model.entities().size(); ++e) {
+        const PackedValues* packed = context.m_entities[e].packed.get();
+        if (!packed || !packed->hasChanges())
+            continue;
+        const EntityDescription& entity = *m_model.entities()[e];
+        for (qint64 block = 0; block < packed->blockCount(); ++block) {
+            if (!packed->isChanged(block))
+                continue;
+            for (int i = 0; i < int(packed->attributes().size()); ++i)
+                if (Status s = writePacked(entity, packed->attributes()[size_t(i)], block, packed->block(i, block)); !s.isOk())
+                    return s;
+        }
     }
     return Status::ok();
 }

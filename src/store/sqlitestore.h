@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 struct sqlite3;
@@ -14,12 +15,15 @@ struct sqlite3_stmt;
 class DataFileLock;
 class DataModel;
 class EntityDescription;
+class PackedBlock;
+class PackedValues;
 class ObjectContext;
 class Record;
 
 // The data file: one SQLite database with a table per entity (a column per attribute and per to-one
 // relationship; to-many relationships are the inverse columns of the other side), the store's UUID,
-// its metadata and the highest primary key handed out per entity.
+// its metadata and the highest primary key handed out per entity. Packed attributes have no column:
+// their values lie in blocks of PackedBlock::kSlots keys in the table vyro_packed.
 //
 // Durability: a rollback journal with full sync. Between saves the data file alone holds every saved
 // change (so a plain copy of it is a complete backup), and a crash at any instant of a save leaves the
@@ -54,8 +58,8 @@ public:
         std::vector<Record*> deleted;
         std::vector<std::pair<const EntityDescription*, qint64>> maxKeys;
     };
-    // One transaction; all or nothing.
-    Status save(const Changes& changes);
+    // One transaction; all or nothing. Packed values are written from the context's changed blocks.
+    Status save(const Changes& changes, const ObjectContext& context);
 
 private:
     SqliteStore(QString path, const DataModel& model, std::unique_ptr<DataFileLock> lock);
@@ -67,6 +71,14 @@ private:
     // Binds the record's values of the given columns, in column order, from `firstParameter` on; returns
     // the last parameter bound.
     static int bindColumns(sqlite3_stmt* statement, const Record& record, std::uint64_t columns, int firstParameter = 1);
+    // Reads the packed values of an entity into its records, which are in key order, and into `packed`.
+    Status loadPacked(const EntityDescription& entity, std::span<const std::unique_ptr<Record>> records, PackedValues& packed);
+    // Writes the changed blocks of the context's packed values.
+    Status savePacked(const ObjectContext& context);
+    // Writes one block (an empty one is removed).
+    Status writePacked(const EntityDescription& entity, int attribute, qint64 block, const PackedBlock& values);
+    // Moves the values of an attribute that is packed now out of its column, which goes.
+    Status packColumn(const EntityDescription& entity, int attribute);
 
     QString m_path;
     const DataModel& m_model;
@@ -81,4 +93,6 @@ private:
     };
     sqlite3_stmt* updateStatement(const EntityDescription& entity, Statements& statements, std::uint64_t columns, Status& status);
     std::vector<Statements> m_statements; // per entity, made on first save
+    sqlite3_stmt* m_writeBlock = nullptr;
+    sqlite3_stmt* m_removeBlock = nullptr;
 };
