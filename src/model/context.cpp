@@ -19,13 +19,13 @@ const Predicate& query(TaskCounter kind)
     return queries[int(kind)];
 }
 
-const Predicate& uncompletedQuery()
+} // namespace
+
+const Predicate& Context::uncompletedTasksQuery()
 {
     static const Predicate p = Predicate::templateFromFormat(QStringLiteral("(parentContext==%@) and (cleanedUp <> 1) and (archived == 0)"));
     return p;
 }
-
-} // namespace
 
 TaskQueryResult Context::taskQuery(TaskCounter kind) const
 {
@@ -46,7 +46,7 @@ qint64 Context::pendingTasksCount() const
 
 TaskQueryResult Context::uncompletedTasks() const
 {
-    return fetchTasks(*this, uncompletedQuery());
+    return fetchTasks(*this, uncompletedTasksQuery());
 }
 
 TaskQueryResult Context::completedTasks() const
@@ -99,9 +99,9 @@ Colour Context::colourForContext() const
 
 void Context::calculateTaskPositions()
 {
-    if (DeferredRenumbering::defer(this, uncompletedQuery(), Task::Attr::positionInContext))
+    if (DeferredRenumbering::defer(this, uncompletedTasksQuery(), Task::Attr::positionInContext))
         return;
-    renumberOpenTasks(*this, uncompletedQuery(), Task::Attr::positionInContext);
+    renumberOpenTasks(*this, uncompletedTasksQuery(), Task::Attr::positionInContext);
 }
 
 void Context::addTasksObject(Task* task)

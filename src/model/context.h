@@ -64,6 +64,8 @@ public:
     qint64 pendingTasksCount() const;
     std::pair<qint64, qint64> pendingTasksCountArray() const { return {savedPendingTasksCount(), savedPendingTasksCountIncludingSubcontexts()}; }
     TaskQueryResult uncompletedTasks() const;
+    // The open-task query, a template taking the folder.
+    static const Predicate& uncompletedTasksQuery();
     bool hasUncompletedTasks() const { return uncompletedTasksCount() > 0; }
     TaskQueryResult completedTasks() const;
     TaskQueryResult nextActionTasks() const { return taskQuery(TaskCounter::NextAction); }

@@ -19,11 +19,6 @@ const Predicate& query(TaskCounter kind)
     return queries[int(kind)];
 }
 
-const Predicate& uncompletedQuery()
-{
-    static const Predicate p = Predicate::templateFromFormat(QStringLiteral("(parentProject==%@) and (cleanedUp <> 1) and (archived == 0)"));
-    return p;
-}
 
 qint64 sizeOf(const TaskQueryResult& r)
 {
@@ -31,6 +26,12 @@ qint64 sizeOf(const TaskQueryResult& r)
 }
 
 } // namespace
+
+const Predicate& Project::uncompletedTasksQuery()
+{
+    static const Predicate p = Predicate::templateFromFormat(QStringLiteral("(parentProject==%@) and (cleanedUp <> 1) and (archived == 0)"));
+    return p;
+}
 
 TaskQueryResult Project::taskQuery(TaskCounter kind) const
 {
@@ -45,7 +46,7 @@ void Project::countOwnTasks(std::optional<qint64> (&counts)[kTaskCounterKinds]) 
 
 TaskQueryResult Project::uncompletedTasks() const
 {
-    return fetchTasks(*this, uncompletedQuery());
+    return fetchTasks(*this, uncompletedTasksQuery());
 }
 
 qint64 Project::pendingTasksCount() const
@@ -138,9 +139,9 @@ Colour Project::colourForProject() const
 
 void Project::calculateTaskPositions()
 {
-    if (DeferredRenumbering::defer(this, uncompletedQuery(), Task::Attr::positionInProject))
+    if (DeferredRenumbering::defer(this, uncompletedTasksQuery(), Task::Attr::positionInProject))
         return;
-    renumberOpenTasks(*this, uncompletedQuery(), Task::Attr::positionInProject);
+    renumberOpenTasks(*this, uncompletedTasksQuery(), Task::Attr::positionInProject);
 }
 
 void Project::addTasksObject(Task* task)

@@ -61,6 +61,8 @@ public:
     void removeSubprojectsObject(Project* project);
 
     TaskQueryResult uncompletedTasks() const;
+    // The open-task query, a template taking the folder.
+    static const Predicate& uncompletedTasksQuery();
     bool hasUncompletedTasks() const { return uncompletedTasksCount() > 0; }
     TaskQueryResult pendingTasks() const { return taskQuery(TaskCounter::Pending); }
     TaskQueryResult pendingTasksIncludingSubprojects() const { return taskQueryIncludingSubtree(TaskCounter::Pending); }

@@ -83,22 +83,9 @@ DeferredRenumbering::~DeferredRenumbering()
         return;
     const auto folders = std::move(pending().folders);
     pending().folders.clear();
-    // Each kind of folder (one query and one position attribute) renumbered together, in the order the
-    // kinds were first put off.
-    std::vector<bool> done(folders.size(), false);
-    for (size_t i = 0; i < folders.size(); ++i) {
-        if (done[i])
-            continue;
-        std::vector<Record*> group;
-        for (size_t j = i; j < folders.size(); ++j) {
-            if (done[j] || folders[j].openTasks != folders[i].openTasks || folders[j].positionAttribute != folders[i].positionAttribute)
-                continue;
-            done[j] = true;
-            if (!folders[j].folder->isDeleted())
-                group.push_back(folders[j].folder);
-        }
-        renumberOpenTasks(group, *folders[i].openTasks, folders[i].positionAttribute);
-    }
+    for (const auto& f : folders)
+        if (!f.folder->isDeleted())
+            renumberOpenTasks(*f.folder, *f.openTasks, f.positionAttribute);
 }
 
 bool DeferredRenumbering::defer(Record* folder, const Predicate& openTasks, int positionAttribute)
@@ -281,54 +268,4 @@ void renumberOpenTasks(Record& folder, const Predicate& openTasks, int positionA
     for (const Record* t : *tasks)
         positions.push_back(t->primitiveValue(positionAttribute));
     numberInOrder(*tasks, positions, positionAttribute);
-}
-
-void renumberOpenTasks(const std::vector<Record*>& folders, const Predicate& openTasks, int positionAttribute)
-{
-    if (folders.empty())
-        return;
-    const ObjectContext* context = folders.front()->managedObjectContext();
-    const EntityDescription* taskEntity = context->model().entity(u"task");
-    const int parent = openTasks.withArguments({folders.front()}).pinnedRelationship(*taskEntity).first;
-    const auto tasks = context->records(*taskEntity);
-    size_t folderTasks = 0;
-    qint64 highestKey = 0;
-    for (const Record* f : folders) {
-        folderTasks += f->toMany(taskEntity->relationships()[size_t(std::max(parent, 0))].inverseIndex).size();
-        highestKey = std::max(highestKey, f->primaryKey());
-    }
-    // A folder walk visits its tasks in scattered order, several times as slow per task as the pass.
-    // Folder keys are dense (each new record takes the next one); far apart, they go one by one.
-    if (parent < 0 || folders.size() < 2 || folderTasks * 4 < tasks.size() || highestKey > qint64(folders.size()) * 64 + 4096) {
-        for (Record* f : folders)
-            renumberOpenTasks(*f, openTasks, positionAttribute);
-        return;
-    }
-    std::vector<int> slotOfKey(size_t(highestKey) + 1, -1);
-    for (size_t i = 0; i < folders.size(); ++i)
-        slotOfKey[size_t(folders[i]->primaryKey())] = int(i);
-    // The query prepared once, the folder given with each task; the tasks of each folder are collected
-    // in key order, which the renumbering keeps among equal positions as the single-folder one does.
-    const PreparedPredicates prepared({{openTasks, {static_cast<Record*>(nullptr)}}}, *taskEntity, 0);
-    std::vector<std::vector<Record*>> open(folders.size());
-    std::vector<std::vector<Value>> positions(folders.size());
-    for (size_t i = 0, n = tasks.size(); i < n; ++i) {
-        if (i + 16 < n)
-            __builtin_prefetch(tasks[i + 16].get());
-        if (i + 8 < n)
-            tasks[i + 8]->prefetch();
-        Record* task = tasks[i].get();
-        if (task->isDeleted())
-            continue;
-        Record* f = task->toOne(parent);
-        if (!f || f->primaryKey() < 0 || f->primaryKey() > highestKey)
-            continue;
-        const int slot = slotOfKey[size_t(f->primaryKey())];
-        if (slot >= 0 && folders[size_t(slot)] == f && prepared.evaluate(*task, 1, f)) {
-            open[size_t(slot)].push_back(task);
-            positions[size_t(slot)].push_back(task->primitiveValue(positionAttribute));
-        }
-    }
-    for (size_t i = 0; i < folders.size(); ++i)
-        numberInOrder(open[i], positions[i], positionAttribute);
 }

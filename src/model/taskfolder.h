@@ -186,9 +186,6 @@ bool countWaitingFoldersInOnePass(const Record& folder, int tasksRelationship, F
 // the tasks' link to it), `positionAttribute` the task attribute that holds the order. A failed fetch
 // changes nothing.
 void renumberOpenTasks(Record& folder, const Predicate& openTasks, int positionAttribute);
-// The same for several folders of one kind. When their tasks are a good share of all tasks, one pass
-// over every task in memory order finds them all instead of a walk through each folder's scattered tasks.
-void renumberOpenTasks(const std::vector<Record*>& folders, const Predicate& openTasks, int positionAttribute);
 
 // Runs a task query: the predicate template filled with the folder and any further arguments.
 TaskQueryResult fetchTasks(const Record& folder, const Predicate& templatePredicate, const QList<PredicateArgument>& more = {});

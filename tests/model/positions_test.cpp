@@ -75,10 +75,10 @@ TEST_F(PositionsTest, OpenTaskCountsFollowEveryChange)
     }
 }
 
-// Renumbering many folders at once (one pass over every task) gives the same positions as renumbering
-// them one by one: dense from 1 in the old order, unnumbered tasks first, equal positions in key order,
-// cleaned-up and archived tasks left alone.
-TEST_F(PositionsTest, RenumberingManyFoldersAtOnceMatchesOneByOne)
+// Renumbering put off to the end of a pass gives the same positions as renumbering at once: dense from 1
+// in the old order, unnumbered tasks first, equal positions in key order, cleaned-up and archived tasks
+// left alone.
+TEST_F(PositionsTest, RenumberingPutOffOrNotNumbersDenselyInTheOldOrder)
 {
     // Two identical sets of three contexts, made side by side so that their tasks' keys run alike.
     std::vector<Context*> together, alone;
