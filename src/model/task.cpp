@@ -337,7 +337,9 @@ void Task::setDisplayURL(const QStringList& urls)
 void Task::describe(EntityDescription& entity)
 {
     VYRO_TASK_ATTRIBUTES(VYRO_ATTRIBUTE_DESCRIPTION)
-    // Closing up a context after a clean-up renumbers most of its tasks.
+    // A clean-up flags many tasks and closes up their contexts and projects, which renumbers most of
+    // their tasks.
+    entity.setAttributeStorage(Attr::cleanedUp, AttributeStorage::Packed);
     entity.setAttributeStorage(Attr::positionInContext, AttributeStorage::Packed);
     entity.setAttributeStorage(Attr::positionInProject, AttributeStorage::Packed);
     entity.setChangeHooks({&Task::attributeChanged, &Task::toOneChanged, &Task::deletedChanged});

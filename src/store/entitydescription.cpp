@@ -17,7 +17,7 @@ int EntityDescription::addAttribute(const QString& name, AttributeType type)
 void EntityDescription::setAttributeStorage(int attribute, AttributeStorage storage)
 {
     auto& a = m_attributes[size_t(attribute)];
-    a.storage = a.type == AttributeType::Integer ? storage : AttributeStorage::Column;
+    a.storage = a.type == AttributeType::Integer || a.type == AttributeType::Bool ? storage : AttributeStorage::Column;
     const std::uint64_t bit = std::uint64_t(1) << attribute;
     m_packed = a.storage == AttributeStorage::Packed ? m_packed | bit : m_packed & ~bit;
 }

@@ -17,9 +17,10 @@ enum class AttributeType { Bool, Integer, Double, String, Date };
 // Where the data file keeps an attribute's values.
 enum class AttributeStorage {
     Column, // a column of the entity's table
-    // Integers only: packed with the same attribute of the records whose keys lie near, a block of them
-    // per row of a side table. For values that are rewritten thousands at a time (the natural-order
-    // positions): a save then writes a few blocks instead of thousands of whole rows.
+    // Integers and flags only: packed with the same attribute of the records whose keys lie near, a
+    // block of them per row of a side table. For values that are rewritten thousands at a time (the
+    // natural-order positions, the clean-up flag): a save then writes a few blocks instead of thousands
+    // of whole rows.
     Packed,
 };
 
@@ -76,7 +77,7 @@ public:
     const QString& name() const { return m_name; }
 
     int addAttribute(const QString& name, AttributeType type);
-    // Only integer attributes can be packed; others keep their column.
+    // Only integer and boolean attributes can be packed; others keep their column.
     void setAttributeStorage(int attribute, AttributeStorage storage);
     // Bit i set for each packed attribute i.
     std::uint64_t packedAttributes() const { return m_packed; }

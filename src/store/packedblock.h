@@ -9,8 +9,8 @@
 #include <optional>
 
 // The values of one packed attribute for a run of kSlots consecutive primary keys: slot i belongs to the
-// record with key first(block) + i. A slot holds a whole number or nothing (Null: no record with that
-// key, or a record without a value).
+// record with key first(block) + i. A slot holds a whole number (a flag as 0 or 1) or nothing (Null: no
+// record with that key, or a record without a value).
 //
 // Encoded form: a bitmap of the slots that hold a value (bit i of byte i / 8), then every slot as a
 // little-endian signed integer of 4 bytes, or of 8 when some value does not fit in 4. The width is read

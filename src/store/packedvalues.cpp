@@ -38,10 +38,11 @@ void PackedValues::set(int index, qint64 key, const Value& value)
     }
 }
 
-void PackedValues::load(int index, qint64 block, const PackedBlock& values)
+void PackedValues::load(int index, qint64 key, const Value& value)
 {
-    grow(block);
-    m_blocks[size_t(index)][size_t(block)] = values;
+    const qint64 b = PackedBlock::blockOfKey(key);
+    grow(b);
+    m_blocks[size_t(index)][size_t(b)].set(int(key - PackedBlock::firstKey(b)), value);
 }
 
 const PackedBlock& PackedValues::block(int index, qint64 block) const

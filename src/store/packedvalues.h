@@ -23,7 +23,7 @@ public:
 
     void set(int index, qint64 key, const Value& value);
     // Loading: sets without marking the block changed.
-    void load(int index, qint64 block, const PackedBlock& values);
+    void load(int index, qint64 key, const Value& value);
 
     qint64 blockCount() const { return qint64(m_changed.size()); }
     bool isChanged(qint64 block) const { return m_changed[size_t(block)]; }

@@ -271,29 +271,11 @@ Status SqliteStore::initialize()
     return Status::ok();
 }
 
-namespace {
-
-// Records of one entity in key order: the one with `key`, or nullptr. `from` is where the search for an
-// earlier, smaller key ended; keys asked in ascending order then cost one pass.
-Record* recordWithKey(std::span<const std::unique_ptr<Record>> records, size_t& from, qint64 key)
+Status SqliteStore::readPacked(const EntityDescription& entity, const PackedValues& packed, qint64 maxKey, StoredBlocks& blocks)
 {
-    if (from < records.size() && records[from]->primaryKey() > key)
-        from = 0;
-    if (from + 8 < records.size() && records[from + 8]->primaryKey() <= key)
-        from = size_t(std::lower_bound(records.begin() + std::ptrdiff_t(from), records.end(), key,
-                                       [](const std::unique_ptr<Record>& r, qint64 k) { return r->primaryKey() < k; })
-                      - records.begin());
-    while (from < records.size() && records[from]->primaryKey() < key)
-        ++from;
-    return from < records.size() && records[from]->primaryKey() == key ? records[from].get() : nullptr;
-}
-
-} // namespace
-
-Status SqliteStore::loadPacked(const EntityDescription& entity, std::span<const std::unique_ptr<Record>> records, PackedValues& packed)
-{
+    blocks.assign(packed.attributes().size(), {});
     Status status;
-    Statement st {prepare(QStringLiteral("SELECT attribute, block, data FROM vyro_packed WHERE entity = ?1 ORDER BY attribute, block"), status)};
+    Statement st {prepare(QStringLiteral("SELECT attribute, block, data FROM vyro_packed WHERE entity = ?1"), status)};
     if (!st.s)
         return status;
     const QByteArray name = entity.name().toUtf8();
@@ -307,23 +289,13 @@ Status SqliteStore::loadPacked(const EntityDescription& entity, std::span<const 
         if (index < 0)
             continue;
         const qint64 block = sqlite3_column_int64(st.s, 1);
-        const auto stored = PackedBlock::decode(sqlite3_column_blob(st.s, 2), sqlite3_column_bytes(st.s, 2));
-        if (!stored || block < 0)
+        auto stored = PackedBlock::decode(sqlite3_column_blob(st.s, 2), sqlite3_column_bytes(st.s, 2));
+        if (!stored || block < 0 || block > PackedBlock::blockOfKey(maxKey))
             return Status::corruption(QStringLiteral("%1: the stored %2 of %3 block %4 are damaged").arg(m_path, attributeName, entity.name()).arg(block));
-        // Only the values of records that exist are kept.
-        PackedBlock kept;
-        size_t from = 0;
-        for (int slot = 0; slot < PackedBlock::kSlots; ++slot) {
-            const Value v = stored->value(slot);
-            if (v.isNull())
-                continue;
-            if (Record* r = recordWithKey(records, from, PackedBlock::firstKey(block) + slot)) {
-                r->loadValue(attribute, v);
-                kept.set(slot, v);
-            }
-        }
-        if (!kept.isEmpty())
-            packed.load(index, block, kept);
+        auto& list = blocks[size_t(index)];
+        if (size_t(block) >= list.size())
+            list.resize(size_t(block) + 1);
+        list[size_t(block)] = *stored;
     }
     if (rc != SQLITE_DONE)
         return error(QStringLiteral("Reading %1 from %2").arg(entity.name(), m_path));
@@ -419,6 +391,12 @@ Status SqliteStore::loadInto(ObjectContext& context)
         bucket.byKey.reserve(size_t(bucket.maxKey));
         bucket.records.reserve(size_t(bucket.maxKey));
         links.reserve(links.size() + size_t(bucket.maxKey) * size_t(entity.toOneCount()));
+        // The packed values are read first and handed to each record as its row is read, while the
+        // record is at hand.
+        StoredBlocks packedBlocks;
+        if (bucket.packed)
+            if (Status s = readPacked(entity, *bucket.packed, bucket.maxKey, packedBlocks); !s.isOk())
+                return s;
         int rc;
         while ((rc = sqlite3_step(st.s)) == SQLITE_ROW) {
             const qint64 key = sqlite3_column_int64(st.s, 0);
@@ -431,13 +409,23 @@ Status SqliteStore::loadInto(ObjectContext& context)
                 else if (sqlite3_column_type(st.s, column) != SQLITE_NULL)
                     links.push_back({record, columns[c].relationship, sqlite3_column_int64(st.s, column)});
             }
+            const auto block = size_t(PackedBlock::blockOfKey(key));
+            for (size_t i = 0; i < packedBlocks.size(); ++i) {
+                if (block >= packedBlocks[i].size())
+                    continue;
+                Value v = packedBlocks[i][block].value(int(key - PackedBlock::firstKey(qint64(block))));
+                if (v.isNull())
+                    continue;
+                const int attribute = bucket.packed->attributes()[i];
+                if (entity.attributes()[size_t(attribute)].type == AttributeType::Bool)
+                    v = Value::boolean(v.integral() != 0);
+                bucket.packed->load(int(i), key, v);
+                record->loadValue(attribute, std::move(v));
+            }
         }
         if (rc != SQLITE_DONE)
             return error(QStringLiteral("Reading %1 from %2").arg(entity.name(), m_path));
         bucket.maxKey = std::max(bucket.maxKey, bucket.byKey.empty() ? 0 : bucket.records.back()->primaryKey());
-        if (bucket.packed)
-            if (Status s = loadPacked(entity, bucket.records, *bucket.packed); !s.isOk())
-                return s;
     }
 
     for (const PendingLink& link : links) {

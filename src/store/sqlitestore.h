@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/packedblock.h"
 #include "store/status.h"
 
 #include <QString>
@@ -7,7 +8,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <vector>
 
 struct sqlite3;
@@ -15,7 +15,6 @@ struct sqlite3_stmt;
 class DataFileLock;
 class DataModel;
 class EntityDescription;
-class PackedBlock;
 class PackedValues;
 class ObjectContext;
 class Record;
@@ -71,8 +70,11 @@ private:
     // Binds the record's values of the given columns, in column order, from `firstParameter` on; returns
     // the last parameter bound.
     static int bindColumns(sqlite3_stmt* statement, const Record& record, std::uint64_t columns, int firstParameter = 1);
-    // Reads the packed values of an entity into its records, which are in key order, and into `packed`.
-    Status loadPacked(const EntityDescription& entity, std::span<const std::unique_ptr<Record>> records, PackedValues& packed);
+    // The stored blocks of an entity's packed attributes: by the attribute's place in
+    // PackedValues::attributes(), then by block (missing blocks empty). A block past `maxKey`, the
+    // highest key handed out, is damage.
+    using StoredBlocks = std::vector<std::vector<PackedBlock>>;
+    Status readPacked(const EntityDescription& entity, const PackedValues& packed, qint64 maxKey, StoredBlocks& blocks);
     // Writes the changed blocks of the context's packed values.
     Status savePacked(const ObjectContext& context);
     // Writes one block (an empty one is removed).

@@ -149,7 +149,9 @@ TEST_F(PackedValuesTest, AnOlderFileHasItsPositionsMovedOutOfTheTaskRows)
     // The layout of the first files: positions in columns of the task table, no block table.
     sql(dataFilePath(), "ALTER TABLE task ADD COLUMN positionInContext INTEGER");
     sql(dataFilePath(), "ALTER TABLE task ADD COLUMN positionInProject INTEGER");
+    sql(dataFilePath(), "ALTER TABLE task ADD COLUMN cleanedUp INTEGER");
     sql(dataFilePath(), "UPDATE task SET positionInContext = 301 - pk WHERE pk <> 150");
+    sql(dataFilePath(), "UPDATE task SET cleanedUp = pk % 3 = 0 WHERE pk > 10");
     sql(dataFilePath(), "DROP TABLE vyro_packed");
     sql(dataFilePath(), "UPDATE vyro_store SET format = 1");
 
@@ -161,10 +163,12 @@ TEST_F(PackedValuesTest, AnOlderFileHasItsPositionsMovedOutOfTheTaskRows)
         else
             EXPECT_EQ(t->positionInContext(), 301 - t->name().mid(1).toInt()) << t->name();
         EXPECT_TRUE(t->primitiveValue(Task::Attr::positionInProject).isNull());
+        const int key = t->name().mid(1).toInt();
+        EXPECT_EQ(t->primitiveValue(Task::Attr::cleanedUp), key > 10 ? Value::boolean(key % 3 == 0) : Value()) << t->name();
     }
     context.reset();
     EXPECT_EQ(sql(dataFilePath(), "SELECT format FROM vyro_store").toInt(), 2);
-    EXPECT_EQ(sql(dataFilePath(), "SELECT count(*) FROM pragma_table_info('task') WHERE name LIKE 'position%'").toInt(), 0);
+    EXPECT_EQ(sql(dataFilePath(), "SELECT count(*) FROM pragma_table_info('task') WHERE name LIKE 'position%' OR name = 'cleanedUp'").toInt(), 0);
 }
 
 TEST_F(PackedValuesTest, ADamagedBlockIsReportedAndTheFileLeftAlone)
