@@ -68,6 +68,8 @@ std::unique_ptr<Record> EntityDescription::makeRecord() const
 EntityDescription& DataModel::addEntity(QString name, EntityDescription::Factory factory)
 {
     m_entities.push_back(std::make_unique<EntityDescription>(std::move(name), std::move(factory)));
+    m_entities.back()->m_model = this;
+    m_entities.back()->m_index = int(m_entities.size()) - 1;
     return *m_entities.back();
 }
 
@@ -106,8 +108,5 @@ const EntityDescription* DataModel::entity(QStringView name) const
 
 int DataModel::entityIndex(const EntityDescription* entity) const
 {
-    for (size_t i = 0; i < m_entities.size(); ++i)
-        if (m_entities[i].get() == entity)
-            return int(i);
-    return -1;
+    return entity && entity->m_model == this ? entity->m_index : -1;
 }

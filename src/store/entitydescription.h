@@ -9,8 +9,9 @@
 #include <memory>
 #include <vector>
 
-class Record;
+class DataModel;
 class EntityDescription;
+class Record;
 
 enum class AttributeType { Bool, Integer, Double, String, Date };
 
@@ -112,6 +113,9 @@ private:
     int m_toManyCount = 0;
     std::uint64_t m_packed = 0;
     ChangeHooks m_hooks;
+    // The model that holds the entity and its place there.
+    const DataModel* m_model = nullptr;
+    int m_index = -1;
 };
 
 // The entities of a store. Built once, finalized (which resolves destinations and inverses), then shared

@@ -306,9 +306,10 @@ Result<std::vector<Record*>> ObjectContext::executeFetchRequest(const FetchReque
     const auto pinned = request.predicate ? request.predicate->pinnedRelationship(*entity) : std::pair<int, Record*> {-1, nullptr};
     if (pinned.second) {
         const auto& rel = entity->relationships()[size_t(pinned.first)];
-        filterInto(out, pinned.second->toMany(rel.inverseIndex), *entity, request.predicate, enough);
+        // Every candidate links to the pinned record: the prepared predicate need not read that link.
+        filterInto(out, pinned.second->toMany(rel.inverseIndex), *entity, request.predicate, enough, {pinned.first, pinned.second});
     } else {
-        filterInto(out, m_entities[size_t(m_model->entityIndex(entity))].records, *entity, request.predicate, enough);
+        filterInto(out, m_entities[size_t(m_model->entityIndex(entity))].records, *entity, request.predicate, enough, {});
     }
     sortRecords(out, request.sortDescriptors);
     if (request.fetchLimit > 0 && out.size() > size_t(request.fetchLimit))
@@ -323,13 +324,13 @@ Record* recordOf(const std::unique_ptr<Record>& r) { return r.get(); }
 
 template <typename Candidates>
 void ObjectContext::filterInto(std::vector<Record*>& out, const Candidates& candidates, const EntityDescription& entity,
-                               const std::optional<Predicate>& predicate, size_t enough)
+                               const std::optional<Predicate>& predicate, size_t enough, PreparedPredicates::KnownLink known)
 {
     // Below this many candidates preparing the predicate costs more than it saves.
     constexpr size_t kPrepareFrom = 256;
     std::optional<PreparedPredicates> prepared;
     if (predicate && candidates.size() >= kPrepareFrom)
-        prepared.emplace(std::vector<PreparedPredicates::Entry> {{*predicate, {}}}, entity);
+        prepared.emplace(std::vector<PreparedPredicates::Entry> {{*predicate, {}}}, entity, -1, known);
     const size_t n = candidates.size();
     for (size_t i = 0; i < n && out.size() < enough; ++i) {
         // Records lie anywhere in memory: start loading the ones a little further on.

@@ -126,10 +126,11 @@ private:
     void noteBatchChange(Record* record, int bit);
     void scheduleProcessing();
     void sortByEntityAndKey(std::vector<Record*>& records) const;
-    // Appends the live candidates that match `predicate` (all when it is absent), up to `enough`.
+    // Appends the live candidates that match `predicate` (all when it is absent), up to `enough`; every
+    // candidate has the `known` link, if any.
     template <typename Candidates>
     static void filterInto(std::vector<Record*>& out, const Candidates& candidates, const EntityDescription& entity,
-                           const std::optional<Predicate>& predicate, size_t enough);
+                           const std::optional<Predicate>& predicate, size_t enough, PreparedPredicates::KnownLink known);
     Record* adopt(std::unique_ptr<Record> record, qint64 key);
     EntityRecords& recordsOf(const EntityDescription& entity);
     const EntityRecords* recordsOf(QStringView entityName) const;

@@ -420,8 +420,8 @@ QString Predicate::predicateFormat() const
     return nodeText(*m_root, false);
 }
 
-PreparedPredicates::PreparedPredicates(const std::vector<Entry>& predicates, const EntityDescription& entity, int parameter)
-    : m_entries(predicates), m_parameter(parameter), m_entity(&entity)
+PreparedPredicates::PreparedPredicates(const std::vector<Entry>& predicates, const EntityDescription& entity, int parameter, KnownLink known)
+    : m_entries(predicates), m_parameter(parameter), m_known(known), m_entity(&entity)
 {
     Q_ASSERT(predicates.size() <= size_t(kMaximum));
     for (size_t i = 0; i < m_entries.size(); ++i) {
@@ -452,7 +452,8 @@ bool PreparedPredicates::Comparison::sameTest(const Comparison& other) const
     case Kind::AttributeWithConstant:
     case Kind::RelatedAttributeWithConstant: return constant == other.constant;
     case Kind::RelationshipWithRecord:
-    case Kind::RelationshipWithParameter: return true;
+    case Kind::RelationshipWithParameter:
+    case Kind::KnownLink: return true;
     case Kind::General:
     case Kind::GeneralWithParameter: return false; // never shared
     }
@@ -538,6 +539,8 @@ PreparedPredicates::Comparison PreparedPredicates::resolve(const Node& node, int
             out.kind = withParameter ? Comparison::Kind::RelationshipWithParameter : Comparison::Kind::RelationshipWithRecord;
             out.index = r;
             out.record = withParameter ? nullptr : node.rhs.record;
+            if (!withParameter && r == m_known.relationship && out.record == m_known.record)
+                out.kind = Comparison::Kind::KnownLink;
         }
     }
     return out;
@@ -618,6 +621,7 @@ inline bool PreparedPredicates::evaluateComparison(size_t index, const Record& r
         holds = comparison.op == ComparisonOp::Equal ? equal : !equal;
         break;
     }
+    case Comparison::Kind::KnownLink: holds = comparison.op == ComparisonOp::Equal; break;
     case Comparison::Kind::RelatedAttributeWithConstant: {
         // An absent record in the middle of the path reads as NULL.
         const Record* related = record.toOne(comparison.index);

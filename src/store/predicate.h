@@ -80,6 +80,12 @@ private:
 
 enum class ComparisonOp;
 
+// A to-one relationship and a record (see PreparedPredicates); none by default.
+struct PreparedKnownLink {
+    int relationship = -1;
+    const Record* record = nullptr;
+};
+
 // Predicates made ready for evaluating many records of one entity, for loops that test every record
 // of a large set: each tree laid out in one array, and each comparison resolved once to the attribute
 // or relationship it reads, so that an evaluation follows no shared pointers and looks nothing up.
@@ -100,7 +106,11 @@ public:
 
     // `parameter`: the open placeholder, an index into every entry's arguments (whose entry there is
     // not used), or -1 for none. At most kMaximum predicates.
-    PreparedPredicates(const std::vector<Entry>& predicates, const EntityDescription& entity, int parameter = -1);
+    // `known`: a to-one relationship and the record that every record evaluated links to through it
+    // (the candidates of a fetch pinned to that record): comparisons of that link with that record are
+    // answered without reading the link.
+    using KnownLink = PreparedKnownLink;
+    PreparedPredicates(const std::vector<Entry>& predicates, const EntityDescription& entity, int parameter = -1, KnownLink known = {});
 
     // Bit i set when predicate i holds for `record`, asked only for the predicates whose bit is set in
     // `which`.
@@ -113,6 +123,7 @@ private:
             RelationshipWithRecord,       // to-one relationship `index` against `record`
             RelationshipWithParameter,    // to-one relationship `index` against the evaluation's record
             RelatedAttributeWithConstant, // attribute `attribute` of the record that to-one `index` leads to
+            KnownLink,                    // the known link against its record: holds for "==", not for "<>"
             General,                      // any other comparison: the parsed `node`
             GeneralWithParameter,         // the same, reading the evaluation's record
         };
@@ -151,6 +162,7 @@ private:
     std::vector<Entry> m_entries; // as given, for records of another entity
     std::vector<Predicate> m_filled; // own the nodes the comparisons point at
     int m_parameter;
+    KnownLink m_known;
     const EntityDescription* m_entity;
     std::vector<std::uint32_t> m_roots;
     std::vector<Step> m_steps;

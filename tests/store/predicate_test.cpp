@@ -327,4 +327,22 @@ TEST_F(PredicateTest, PreparedPredicatesAnswerAsTheEvaluator)
     };
     check(folderQueries, 0, {home, garden, nullptr, sequence, dormant, unset});
     check(plain, -1, {nullptr});
+
+    // Over the tasks of one context, told that each of them links to it (as a fetch pinned to the
+    // context is), they still agree, the comparisons with that link among them.
+    const int parentContext = task.relationshipIndex(u"parentContext");
+    for (Context* folder : {home, garden}) {
+        const std::vector<PreparedPredicates::Entry> pinned = {
+            {Predicate::templateFromFormat(QStringLiteral("(parentContext==%@) and (cleanedUp <> 1) and (archived == 0)")), {folder}},
+            {Predicate::templateFromFormat(QStringLiteral("parentContext != %@ or maybe == YES")), {folder}},
+            {Predicate::templateFromFormat(QStringLiteral("parentContext == %@ and parentProject == %@")), {home, sequence}},
+        };
+        for (const auto& entry : pinned) {
+            const PreparedPredicates prepared({entry}, task, -1, {parentContext, folder});
+            const Predicate filled = entry.predicate.withArguments(entry.arguments);
+            ASSERT_FALSE(folder->tasks().empty());
+            for (Record* r : folder->tasks())
+                ASSERT_EQ(prepared.evaluate(*r, 1) != 0, filled.evaluate(*r)) << filled.predicateFormat().toStdString();
+        }
+    }
 }
