@@ -397,6 +397,10 @@ Status SqliteStore::loadInto(ObjectContext& context)
         if (bucket.packed)
             if (Status s = readPacked(entity, *bucket.packed, bucket.maxKey, packedBlocks); !s.isOk())
                 return s;
+        std::vector<bool> packedFlag; // per packed attribute: a flag, stored as 0 or 1
+        if (bucket.packed)
+            for (int attribute : bucket.packed->attributes())
+                packedFlag.push_back(entity.attributes()[size_t(attribute)].type == AttributeType::Bool);
         int rc;
         while ((rc = sqlite3_step(st.s)) == SQLITE_ROW) {
             const qint64 key = sqlite3_column_int64(st.s, 0);
@@ -417,7 +421,7 @@ Status SqliteStore::loadInto(ObjectContext& context)
                 if (v.isNull())
                     continue;
                 const int attribute = bucket.packed->attributes()[i];
-                if (entity.attributes()[size_t(attribute)].type == AttributeType::Bool)
+                if (packedFlag[i])
                     v = Value::boolean(v.integral() != 0);
                 bucket.packed->load(int(i), key, v);
                 record->loadValue(attribute, std::move(v));
@@ -629,10 +633,8 @@ Status SqliteStore::save(const Changes& changes, const ObjectContext& context)
     }
     for (size_t i = 0; ok && i < changes.updated.size(); ++i) {
         Record* r = changes.updated[i];
-        // Packed values are not in the row (they go with the blocks below).
-        const std::uint64_t columns = r->m_changedColumns & ~r->entity().packedAttributes();
-        if (!columns)
-            continue;
+        // Packed values are never marked here: they go with the blocks below.
+        const std::uint64_t columns = r->m_changedColumns;
         Statements* st = statementsFor(r->entity());
         sqlite3_stmt* update = st ? updateStatement(r->entity(), *st, columns, status) : nullptr;
         if (!(ok = update != nullptr))
