@@ -11,6 +11,7 @@
 #include "model/context.h"
 #include "model/datamodel.h"
 #include "model/dateanchors.h"
+#include "model/modelenvironment.h"
 #include "model/project.h"
 #include "model/task.h"
 #include "store/objectcontext.h"
@@ -339,8 +340,9 @@ void BM_CountersAfterOneChange(benchmark::State& state, Change change)
         return;
     }
     // Noon, well inside the day whatever the time zone does.
-    const QDateTime today = DateAnchors::todayStart().addSecs(12 * 3600);
-    const QDateTime tomorrow = DateAnchors::tomorrowStart().addSecs(12 * 3600);
+    const QDateTime now = ModelEnvironment::of(*ctx).now();
+    const QDateTime today = DateAnchors::todayStart(now).addSecs(12 * 3600);
+    const QDateTime tomorrow = DateAnchors::tomorrowStart(now).addSecs(12 * 3600);
     const bool hadNextAction = task->nextAction();
     const QDateTime hadDueDate = task->dueDate();
 

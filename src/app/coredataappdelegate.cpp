@@ -17,13 +17,9 @@ CoreData_AppDelegate::CoreData_AppDelegate(const Preferences& preferences, DataF
 {
     computeOldCurrentDataFilePath();
     computeCurrentDataFilePath();
-    ModelEnvironment::instance().setPreferenceReader([this](QStringView key) { return m_preferences.objectForKey(key); });
 }
 
-CoreData_AppDelegate::~CoreData_AppDelegate()
-{
-    ModelEnvironment::instance().setPreferenceReader({});
-}
+CoreData_AppDelegate::~CoreData_AppDelegate() = default;
 
 int CoreData_AppDelegate::prepareStoreForWork()
 {
@@ -62,8 +58,10 @@ std::shared_ptr<const DataModel> CoreData_AppDelegate::managedObjectModel() cons
 
 ObjectContext& CoreData_AppDelegate::managedObjectContext()
 {
-    if (!m_context)
+    if (!m_context) {
         m_context = std::make_unique<ObjectContext>(managedObjectModel());
+        ModelEnvironment::of(*m_context).setPreferenceReader([this](QStringView key) { return m_preferences.objectForKey(key); });
+    }
     return *m_context;
 }
 

@@ -1,6 +1,7 @@
 #include "capture/tasknameanalyzer.h"
 
 #include "model/context.h"
+#include "model/modelenvironment.h"
 #include "model/naturaldatereader.h"
 #include "model/project.h"
 #include "store/log.h"
@@ -68,12 +69,8 @@ std::optional<QString> cutPair(QString& text, QChar open, QChar close)
 // The first record of `entity` that the predicate finds, in the store's order.
 Result<std::vector<Record*>> firstMatch(const ObjectContext& context, const char* entity, const char* format, const QString& name)
 {
-    static QHash<QString, Predicate> templates;
-    const QString key = QLatin1String(format);
-    auto it = templates.find(key);
-    if (it == templates.end())
-        it = templates.insert(key, Predicate::templateFromFormat(key));
-    FetchRequest request(QLatin1String(entity), it->withArguments({name}));
+    const Predicate& predicate = ModelEnvironment::of(context).predicateTemplate(QLatin1String(format));
+    FetchRequest request(QLatin1String(entity), predicate.withArguments({name}));
     request.fetchLimit = 1;
     return context.executeFetchRequest(request);
 }
@@ -85,7 +82,7 @@ TaskNameAnalyzer::TaskNameAnalyzer(const ObjectContext& context, DateReader read
       m_projects(context, QStringLiteral("project"))
 {
     if (!m_readDate)
-        m_readDate = [](const QString& text) { return dateWithNaturalLanguageString(text); };
+        m_readDate = [&context](const QString& text) { return dateWithNaturalLanguageString(text, ModelEnvironment::of(context).now()); };
 }
 
 Context* TaskNameAnalyzer::findContext(const QString& name) const

@@ -7,7 +7,7 @@ int runDate(CommandEnvironment& env)
 {
     if (env.arguments().size() != 1)
         return env.fail(QStringLiteral("date takes one TEXT"), ExitUsage);
-    const auto date = dateWithNaturalLanguageString(env.arguments().first());
+    const auto date = dateWithNaturalLanguageString(env.arguments().first(), QDateTime::currentDateTime());
     if (!date)
         return env.fail(QStringLiteral("\"%1\" reads as no date").arg(env.arguments().first()));
     env.out() << isoDateString(*date) << Qt::endl;

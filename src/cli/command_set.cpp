@@ -2,6 +2,7 @@
 #include "cli/commandline.h"
 #include "cli/recordlookup.h"
 #include "model/context.h"
+#include "model/modelenvironment.h"
 #include "model/project.h"
 #include "model/task.h"
 #include "store/objectcontext.h"
@@ -65,7 +66,7 @@ int runSet(CommandEnvironment& env)
         a.attribute = entity.attributeIndex(a.key);
         a.relationship = entity.relationshipIndex(a.key);
         if (a.attribute >= 0) {
-            auto value = parseValueArgument(text, entity.attributes()[size_t(a.attribute)].type);
+            auto value = parseValueArgument(text, entity.attributes()[size_t(a.attribute)].type, ModelEnvironment::of(context));
             if (!value)
                 return env.fail(QStringLiteral("%1: %2").arg(a.key, value.status().message()), ExitUsage);
             a.value = *value;

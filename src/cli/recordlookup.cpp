@@ -1,5 +1,6 @@
 #include "cli/recordlookup.h"
 
+#include "model/modelenvironment.h"
 #include "model/mydateformatter.h"
 #include "store/objectcontext.h"
 #include "store/objecturi.h"
@@ -31,7 +32,7 @@ Result<Record*> lookupRecord(const ObjectContext& context, const QString& text, 
     return Status::notFound(QStringLiteral("no %1 named \"%2\"").arg(entity, text));
 }
 
-Result<Value> parseValueArgument(const QString& text, AttributeType type)
+Result<Value> parseValueArgument(const QString& text, AttributeType type, const ModelEnvironment& environment)
 {
     if (text.isEmpty())
         return Value();
@@ -59,7 +60,7 @@ Result<Value> parseValueArgument(const QString& text, AttributeType type)
     case AttributeType::Date: {
         QDateTime d = QDateTime::fromString(text, Qt::ISODateWithMs);
         if (!d.isValid())
-            d = MyDateFormatter().getObjectValue(text).value_or(QDateTime());
+            d = MyDateFormatter(environment).getObjectValue(text).value_or(QDateTime());
         return d.isValid() ? Result<Value>(Value::date(d)) : Result<Value>(bad("a date (ISO 8601, +n or a short date)"));
     }
     }

@@ -4,6 +4,8 @@
 #include "store/status.h"
 #include "store/value.h"
 
+class ModelEnvironment;
+
 class ObjectContext;
 class Record;
 
@@ -14,4 +16,4 @@ Result<Record*> lookupRecord(const ObjectContext& context, const QString& text, 
 
 // Reads a value typed on the command line for an attribute of `type`; "" is the absent value.
 // Booleans: true/false, yes/no, 1/0. Dates: ISO 8601, "+n" days from today, or the locale's short date.
-Result<Value> parseValueArgument(const QString& text, AttributeType type);
+Result<Value> parseValueArgument(const QString& text, AttributeType type, const ModelEnvironment& environment);

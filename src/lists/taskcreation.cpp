@@ -26,8 +26,8 @@ Task* addNewTask(ObjectContext& context, const NewTask& values)
     QDateTime start;
     if (values.startDate)
         start = *values.startDate;
-    else if (ModelEnvironment::instance().boolPreference(u"setStartDateToTodayForNewTasks"))
-        start = DateAnchors::today();
+    else if (ModelEnvironment::of(context).boolPreference(u"setStartDateToTodayForNewTasks"))
+        start = DateAnchors::today(ModelEnvironment::of(context).now());
     task->setStartDate(start);
     if (values.dueDate)
         task->setDueDate(*values.dueDate);

@@ -5,6 +5,7 @@
 #include "lists/tabviewcontroller.h"
 #include "model/cleanupcontroller.h"
 #include "model/dateanchors.h"
+#include "model/modelenvironment.h"
 #include "model/task.h"
 #include "store/objectcontext.h"
 
@@ -35,6 +36,11 @@ ListHost& TasksArrayController::host() const
 ViewModes TasksArrayController::modes() const
 {
     return m_views.modes(m_view);
+}
+
+QDateTime TasksArrayController::today() const
+{
+    return DateAnchors::today(ModelEnvironment::of(store()).now());
 }
 
 void TasksArrayController::setFilterPredicate(std::optional<Predicate> predicate)
@@ -146,14 +152,14 @@ void TasksArrayController::installPredicate(QList<Predicate> terms)
         setFilterPredicate(terms.size() == 1 ? terms.front() : Predicate::andPredicateWithSubpredicates(terms));
 }
 
-Predicate TasksArrayController::term(const QString& format)
+Predicate TasksArrayController::term(const QString& format) const
 {
     if (!format.contains(QLatin1String("%@")))
         return Predicate::fromFormat(format);
-    return Predicate::fromFormat(format, {DateAnchors::today()});
+    return Predicate::fromFormat(format, {today()});
 }
 
-void TasksArrayController::appendModeTerms(QList<Predicate>& terms, const ViewModes& modes, TimeTermStyle style, bool withNextActions)
+void TasksArrayController::appendModeTerms(QList<Predicate>& terms, const ViewModes& modes, TimeTermStyle style, bool withNextActions) const
 {
     if (auto time = timeModeTerm(modes.timeMode, style))
         terms << term(*time);
@@ -232,23 +238,24 @@ void TasksArrayController::setPriority(int priority)
 }
 
 namespace {
-QDateTime dayFrom(const QDateTime& date, int days)
+// A day before or after `date`, or after today when the task has no such date.
+QDateTime dayFrom(const Task* task, const QDateTime& date, int days)
 {
-    return DateAnchors::addCalendarDays(date.isValid() ? date : DateAnchors::today(), days);
+    return DateAnchors::addCalendarDays(date.isValid() ? date : DateAnchors::today(ModelEnvironment::of(*task).now()), days);
 }
 } // namespace
 
 void TasksArrayController::setStartDateToToday()
 {
-    changeSelected([](Task* t) { t->setStartDate(DateAnchors::today()); }, false, false);
+    changeSelected([this](Task* t) { t->setStartDate(today()); }, false, false);
 }
 void TasksArrayController::setStartDateToDayEarlier()
 {
-    changeSelected([](Task* t) { t->setStartDate(dayFrom(t->startDate(), -1)); }, false, false);
+    changeSelected([](Task* t) { t->setStartDate(dayFrom(t, t->startDate(), -1)); }, false, false);
 }
 void TasksArrayController::setStartDateToDayLater()
 {
-    changeSelected([](Task* t) { t->setStartDate(dayFrom(t->startDate(), 1)); }, false, false);
+    changeSelected([](Task* t) { t->setStartDate(dayFrom(t, t->startDate(), 1)); }, false, false);
 }
 void TasksArrayController::setStartDateToEmpty()
 {
@@ -260,15 +267,15 @@ void TasksArrayController::setStartDateToDueDate()
 }
 void TasksArrayController::setDueDateToToday()
 {
-    changeSelected([](Task* t) { t->setDueDate(DateAnchors::today()); }, false, false);
+    changeSelected([this](Task* t) { t->setDueDate(today()); }, false, false);
 }
 void TasksArrayController::setDueDateToDayEarlier()
 {
-    changeSelected([](Task* t) { t->setDueDate(dayFrom(t->dueDate(), -1)); }, false, false);
+    changeSelected([](Task* t) { t->setDueDate(dayFrom(t, t->dueDate(), -1)); }, false, false);
 }
 void TasksArrayController::setDueDateToDayLater()
 {
-    changeSelected([](Task* t) { t->setDueDate(dayFrom(t->dueDate(), 1)); }, false, false);
+    changeSelected([](Task* t) { t->setDueDate(dayFrom(t, t->dueDate(), 1)); }, false, false);
 }
 void TasksArrayController::setDueDateToEmpty()
 {
@@ -281,15 +288,15 @@ void TasksArrayController::setDueDateToStartDate()
 void TasksArrayController::setBothDatesToDayEarlier()
 {
     changeSelected([](Task* t) {
-        t->setStartDate(dayFrom(t->startDate(), -1));
-        t->setDueDate(dayFrom(t->dueDate(), -1));
+        t->setStartDate(dayFrom(t, t->startDate(), -1));
+        t->setDueDate(dayFrom(t, t->dueDate(), -1));
     }, false, false);
 }
 void TasksArrayController::setBothDatesToDayLater()
 {
     changeSelected([](Task* t) {
-        t->setStartDate(dayFrom(t->startDate(), 1));
-        t->setDueDate(dayFrom(t->dueDate(), 1));
+        t->setStartDate(dayFrom(t, t->startDate(), 1));
+        t->setDueDate(dayFrom(t, t->dueDate(), 1));
     }, false, false);
 }
 

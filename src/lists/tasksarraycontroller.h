@@ -4,6 +4,7 @@
 #include "store/fetchrequest.h"
 #include "store/predicate.h"
 
+#include <QDateTime>
 #include <QString>
 
 #include <optional>
@@ -35,6 +36,8 @@ public:
     Preferences& preferences() const;
     ListHost& host() const;
     ViewModes modes() const;
+    // "Today" by the store's clock.
+    QDateTime today() const;
 
     // What the list draws from before filtering.
     virtual std::vector<Task*> content() const { return {}; }
@@ -107,10 +110,10 @@ protected:
     // The filter from terms in order, with the search as the last one; no terms: no filter.
     void installPredicate(QList<Predicate> terms);
     // "Today" for the "%@" of the mode terms, taken when the predicate is built.
-    static Predicate term(const QString& format);
+    Predicate term(const QString& format) const;
     // The terms of the modes in their order: time, owner, flagged, and next actions where the view has
     // that mode.
-    static void appendModeTerms(QList<Predicate>& terms, const ViewModes& modes, TimeTermStyle style, bool withNextActions);
+    void appendModeTerms(QList<Predicate>& terms, const ViewModes& modes, TimeTermStyle style, bool withNextActions) const;
     // Clears the search, rebuilds every list's predicate: what a creation through the windows does first.
     void clearSearchAndRebuild();
 

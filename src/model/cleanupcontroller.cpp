@@ -11,7 +11,7 @@ int CleanUpController::cleanUpTasks(ObjectContext& context)
     auto tasks = context.executeFetchRequest(FetchRequest(QStringLiteral("task"), Predicate::fromFormat(QStringLiteral("(done == 1) and (cleanedUp <> 1)"))));
     if (!tasks)
         return 0;
-    DeferredRenumbering renumberOnceAtTheEnd;
+    DeferredRenumbering renumberOnceAtTheEnd(context);
     for (Record* r : *tasks) {
         auto* task = static_cast<Task*>(r);
         RecurrentTasksController::handleRecurrenceForTask(task);

@@ -82,7 +82,7 @@ std::optional<qint64> Context::displaySpecialIndex() const
     if (parentContext())
         return std::nullopt;
     if (isInbox()) {
-        int limit = ModelEnvironment::instance().integerPreference(u"displayRedIconForInboxWithMoreTasksThan");
+        int limit = ModelEnvironment::of(*this).integerPreference(u"displayRedIconForInboxWithMoreTasksThan");
         return pendingTasksCount() > limit ? -2 : -1;
     }
     return specialIndex();
@@ -111,7 +111,7 @@ void Context::addTasksObject(Task* task)
     task->setPositionInContext(uncompletedTasksCount());
     resetTaskCounters(task->dueDate().isValid());
     if (isInbox())
-        ModelEnvironment::instance().postInboxCountHasChanged(this);
+        ModelEnvironment::of(*this).postInboxCountHasChanged(this);
 }
 
 void Context::removeTasksObject(Task* task)
@@ -122,7 +122,7 @@ void Context::removeTasksObject(Task* task)
     calculateTaskPositions();
     resetTaskCounters(task->dueDate().isValid());
     if (isInbox())
-        ModelEnvironment::instance().postInboxCountHasChanged(this);
+        ModelEnvironment::of(*this).postInboxCountHasChanged(this);
 }
 
 void Context::removeSubcontextsObject(Context* context)

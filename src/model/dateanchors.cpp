@@ -1,12 +1,10 @@
 #include "model/dateanchors.h"
 
-#include "model/modelenvironment.h"
-
 namespace {
 
-QDate localToday()
+QDate localToday(const QDateTime& now)
 {
-    return ModelEnvironment::instance().now().toLocalTime().date();
+    return now.toLocalTime().date();
 }
 
 const QTime kEndOfDay(23, 59);
@@ -15,48 +13,48 @@ const QTime kEndOfDay(23, 59);
 
 namespace DateAnchors {
 
-QDateTime today()
+QDateTime today(const QDateTime& now)
 {
-    return todayStart();
+    return todayStart(now);
 }
 
-QDateTime todayStart()
+QDateTime todayStart(const QDateTime& now)
 {
-    return localToday().startOfDay();
+    return localToday(now).startOfDay();
 }
 
-QDateTime todayEnd()
+QDateTime todayEnd(const QDateTime& now)
 {
-    return localDateTime(localToday(), kEndOfDay);
+    return localDateTime(localToday(now), kEndOfDay);
 }
 
-QDateTime tomorrowStart()
+QDateTime tomorrowStart(const QDateTime& now)
 {
-    return localToday().addDays(1).startOfDay();
+    return localToday(now).addDays(1).startOfDay();
 }
 
-QDateTime tomorrowEnd()
+QDateTime tomorrowEnd(const QDateTime& now)
 {
-    return localDateTime(localToday().addDays(1), kEndOfDay);
+    return localDateTime(localToday(now).addDays(1), kEndOfDay);
 }
 
-QDateTime yesterdayStart()
+QDateTime yesterdayStart(const QDateTime& now)
 {
-    return localToday().addDays(-1).startOfDay();
+    return localToday(now).addDays(-1).startOfDay();
 }
 
-std::optional<QDateTime> anchor(QStringView phrase)
+std::optional<QDateTime> anchor(QStringView phrase, const QDateTime& now)
 {
     if (phrase == u"Today" || phrase == u"Today 00:00")
-        return todayStart();
+        return todayStart(now);
     if (phrase == u"Today 23:59")
-        return todayEnd();
+        return todayEnd(now);
     if (phrase == u"Tomorrow 00:00" || phrase == u"Tomorrow 0:00")
-        return tomorrowStart();
+        return tomorrowStart(now);
     if (phrase == u"Tomorrow 23:59")
-        return tomorrowEnd();
+        return tomorrowEnd(now);
     if (phrase == u"Yesterday 00:00")
-        return yesterdayStart();
+        return yesterdayStart(now);
     return std::nullopt;
 }
 

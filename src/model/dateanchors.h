@@ -5,8 +5,8 @@
 
 #include <optional>
 
-// The named dates of the model ("Today", "Today 23:59", "Tomorrow 00:00", ...), each resolved afresh on
-// every call from ModelEnvironment::now() in the local time zone, and the calendar arithmetic that moves
+// The named dates of the model ("Today", "Today 23:59", "Tomorrow 00:00", ...), each resolved from `now`
+// (the model's clock, ModelEnvironment::now()) in the local time zone, and the calendar arithmetic that moves
 // dates by days and months. Every result is in local time.
 //
 // "Today" is the start of today, the same instant as "Today 00:00", everywhere in the program. That keeps
@@ -17,16 +17,16 @@
 // first moment that exists on the day (01:00, say), never an invalid date.
 namespace DateAnchors {
 
-QDateTime today(); // == todayStart()
-QDateTime todayStart();
-QDateTime todayEnd(); // 23:59:00
-QDateTime tomorrowStart();
-QDateTime tomorrowEnd(); // 23:59:00
-QDateTime yesterdayStart();
+QDateTime today(const QDateTime& now); // == todayStart(now)
+QDateTime todayStart(const QDateTime& now);
+QDateTime todayEnd(const QDateTime& now); // 23:59:00
+QDateTime tomorrowStart(const QDateTime& now);
+QDateTime tomorrowEnd(const QDateTime& now); // 23:59:00
+QDateTime yesterdayStart(const QDateTime& now);
 
 // "Today", "Today 00:00", "Today 23:59", "Tomorrow 00:00", "Tomorrow 0:00", "Tomorrow 23:59",
 // "Yesterday 00:00", written exactly so; anything else is nullopt.
-std::optional<QDateTime> anchor(QStringView phrase);
+std::optional<QDateTime> anchor(QStringView phrase, const QDateTime& now);
 
 // The local wall time `time` on `date`. A time that the clocks skip on that day (02:30 on the day
 // summer time starts) is read with the offset in force before the jump, so it lands as far after the

@@ -1,9 +1,21 @@
 #include "model/modelenvironment.h"
 
-ModelEnvironment& ModelEnvironment::instance()
+#include "store/objectcontext.h"
+#include "store/record.h"
+
+ModelEnvironment& ModelEnvironment::of(const ObjectContext& context)
 {
-    static ModelEnvironment environment;
-    return environment;
+    if (auto* environment = static_cast<ModelEnvironment*>(context.environment()))
+        return *environment;
+    // Made on first use: the context is logically unchanged by it.
+    auto& owner = const_cast<ObjectContext&>(context);
+    owner.setEnvironment(std::make_unique<ModelEnvironment>());
+    return *static_cast<ModelEnvironment*>(owner.environment());
+}
+
+ModelEnvironment& ModelEnvironment::of(const Record& record)
+{
+    return of(*record.managedObjectContext());
 }
 
 QDateTime ModelEnvironment::now() const
@@ -39,4 +51,12 @@ void ModelEnvironment::setPreferenceReader(std::function<QVariant(QStringView)> 
 void ModelEnvironment::postInboxCountHasChanged(Record* object)
 {
     Q_EMIT inboxCountHasChanged(object);
+}
+
+const Predicate& ModelEnvironment::predicateTemplate(const QString& format)
+{
+    auto it = m_templates.find(format);
+    if (it == m_templates.end())
+        it = m_templates.emplace(format, Predicate::templateFromFormat(format)).first;
+    return it->second;
 }

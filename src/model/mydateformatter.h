@@ -7,6 +7,8 @@
 #include <functional>
 #include <optional>
 
+class ModelEnvironment;
+
 // The formatter of every date cell and field. Shows near dates as "Today", "Tomorrow", "Yesterday" or a
 // weekday name (when the preference "datesUseNaturalLanguage" is on) and everything else in the
 // locale's short date form; reads "+n" as n days from today, then the short date form.
@@ -19,7 +21,8 @@ public:
     // cannot.
     using NaturalLanguageReader = std::function<std::optional<QDateTime>(const QString& text)>;
 
-    explicit MyDateFormatter(const QLocale& locale = QLocale::system());
+    // `environment` gives the clock and the preferences; it must outlive the formatter.
+    explicit MyDateFormatter(const ModelEnvironment& environment, const QLocale& locale = QLocale::system());
 
     // An invalid (absent) date gives the empty string.
     QString stringForObjectValue(const QDateTime& date) const;
@@ -41,6 +44,7 @@ private:
     std::optional<QDateTime> plusDays(const QString& text) const;
     std::optional<QDateTime> shortDate(const QString& text) const;
 
+    const ModelEnvironment& m_environment;
     QLocale m_locale;
     NaturalLanguageReader m_naturalLanguage;
 };

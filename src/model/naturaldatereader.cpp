@@ -706,7 +706,3 @@ std::optional<QDateTime> dateWithNaturalLanguageString(const QString& text, cons
     return result;
 }
 
-std::optional<QDateTime> dateWithNaturalLanguageString(const QString& text, const QLocale& locale)
-{
-    return dateWithNaturalLanguageString(text, ModelEnvironment::instance().now(), locale);
-}

@@ -21,5 +21,3 @@
 std::optional<QDateTime> dateWithNaturalLanguageString(const QString& text, const QDateTime& now,
                                                        const QLocale& locale = QLocale::system());
 
-// The same, relative to ModelEnvironment::now().
-std::optional<QDateTime> dateWithNaturalLanguageString(const QString& text, const QLocale& locale = QLocale::system());

@@ -33,7 +33,7 @@ Task* RecurrentTasksController::handleRecurrenceForTask(Task* t)
         baseDue = t->dueDate();
         break;
     case 1:
-        baseStart = DateAnchors::today();
+        baseStart = DateAnchors::today(ModelEnvironment::of(*t).now());
         if (t->dueDate().isValid())
             baseDue = baseStart.addMSecs(t->startDate().msecsTo(t->dueDate()));
         break;
@@ -48,7 +48,7 @@ Task* RecurrentTasksController::handleRecurrenceForTask(Task* t)
     copy->setDueDate(nextDue);
     copy->setStartDate(nextStart);
     copy->setNextAction(false);
-    if (!ModelEnvironment::instance().boolPreference(u"copyDetailsFromCompletedTasksToNextRecurrentTasks")) {
+    if (!ModelEnvironment::of(*t).boolPreference(u"copyDetailsFromCompletedTasksToNextRecurrentTasks")) {
         copy->setContent(QStringLiteral(""));
         copy->setUrl(QStringLiteral(""));
         copy->setTags(QStringLiteral(""));

@@ -1,6 +1,7 @@
 #include "model/smartfolder.h"
 
 #include "model/dateanchors.h"
+#include "model/modelenvironment.h"
 
 std::optional<QStringList> SmartFolder::displayTags() const
 {
@@ -38,7 +39,7 @@ Predicate SmartFolder::predicateForFolder() const
     }
     const Value& days = primitiveValue(Attr::dueDateDaysNumber);
     if (!days.isNull() && days.toInteger() > 0) {
-        const QDateTime start = DateAnchors::todayStart();
+        const QDateTime start = DateAnchors::todayStart(ModelEnvironment::of(*this).now());
         const QDateTime end = DateAnchors::addCalendarDays(start, days.toInteger());
         if (includeOverdueTasks())
             criteria << Predicate::fromFormat(QStringLiteral("(dueDate<>NULL) and (dueDate<%@)"), {end});

@@ -45,13 +45,13 @@ void Task::resetParentCounters()
 void Task::postInboxNotificationIfInInbox()
 {
     if (parentContext() && parentContext()->isInbox())
-        ModelEnvironment::instance().postInboxCountHasChanged(this);
+        ModelEnvironment::of(*this).postInboxCountHasChanged(this);
 }
 
 void Task::setName(const QString& value)
 {
     QString name = value.isEmpty() ? QStringLiteral("New task") : value;
-    if (ModelEnvironment::instance().boolPreference(u"autoCapitalizeTaskNames"))
+    if (ModelEnvironment::of(*this).boolPreference(u"autoCapitalizeTaskNames"))
         name[0] = name[0].toUpper();
     setPrimitiveValue(Attr::name, Value::string(name));
 }
@@ -111,7 +111,7 @@ void Task::setDone(bool value)
     // Completing or re-opening a task always clears its next-action flag.
     setNextAction(false);
     if (value) {
-        setCompletionDate(ModelEnvironment::instance().now());
+        setCompletionDate(ModelEnvironment::of(*this).now());
     } else if (cleanedUp()) {
         // Counted while the task is still cleaned up, so it goes to the end of both orders. The
         // completion date is kept on purpose.
@@ -187,7 +187,7 @@ void Task::applyRecurNumber(const Value& value)
 {
     setPrimitiveValue(Attr::recurNumber, value);
     if (!startDate().isValid())
-        setStartDate(DateAnchors::today());
+        setStartDate(DateAnchors::today(ModelEnvironment::of(*this).now()));
 }
 
 void Task::setRecurNumber(qint64 value)
@@ -227,7 +227,7 @@ void Task::storeRecordForKey(int relationship, Record* target)
 
 bool Task::future() const
 {
-    return startDate().isValid() && startDate() > DateAnchors::today();
+    return startDate().isValid() && startDate() > DateAnchors::today(ModelEnvironment::of(*this).now());
 }
 
 int Task::status() const
@@ -267,9 +267,10 @@ Colour Task::colourForTask() const
         return Colour::done();
     const QDateTime due = dueDate();
     if (due.isValid()) {
-        if (due < DateAnchors::todayEnd())
+        const QDateTime now = ModelEnvironment::of(*this).now();
+        if (due < DateAnchors::todayEnd(now))
             return Colour::dueToday();
-        if (due >= DateAnchors::tomorrowStart() && due < DateAnchors::tomorrowEnd())
+        if (due >= DateAnchors::tomorrowStart(now) && due < DateAnchors::tomorrowEnd(now))
             return Colour::dueTomorrow();
     }
     return Colour::black();

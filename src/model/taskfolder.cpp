@@ -1,6 +1,7 @@
 #include "model/taskfolder.h"
 
 #include "model/dateanchors.h"
+#include "model/modelenvironment.h"
 #include "store/objectcontext.h"
 #include "store/predicate.h"
 
@@ -55,34 +56,16 @@ void countMatches(const std::vector<Record*>& candidates, const Predicate* const
             counts[k] = 0;
 }
 
-namespace {
-struct PendingRenumbering {
-    struct Folder {
-        Record* folder;
-        const Predicate* openTasks;
-        int positionAttribute;
-    };
-    int depth = 0;
-    std::vector<Folder> folders;
-};
-PendingRenumbering& pending()
+DeferredRenumbering::DeferredRenumbering(ObjectContext& context) : m_environment(ModelEnvironment::of(context))
 {
-    static PendingRenumbering p;
-    return p;
-}
-} // namespace
-
-DeferredRenumbering::DeferredRenumbering()
-{
-    ++pending().depth;
+    ++m_environment.renumberingDeferrals;
 }
 
 DeferredRenumbering::~DeferredRenumbering()
 {
-    if (--pending().depth > 0)
+    if (--m_environment.renumberingDeferrals > 0)
         return;
-    const auto folders = std::move(pending().folders);
-    pending().folders.clear();
+    const auto folders = std::exchange(m_environment.pendingRenumberings, {});
     for (const auto& f : folders)
         if (!f.folder->isDeleted())
             renumberOpenTasks(*f.folder, *f.openTasks, f.positionAttribute);
@@ -90,13 +73,13 @@ DeferredRenumbering::~DeferredRenumbering()
 
 bool DeferredRenumbering::defer(Record* folder, const Predicate& openTasks, int positionAttribute)
 {
-    PendingRenumbering& p = pending();
-    if (p.depth == 0)
+    ModelEnvironment& environment = ModelEnvironment::of(*folder);
+    if (environment.renumberingDeferrals == 0)
         return false;
-    for (const auto& entry : p.folders)
+    for (const auto& entry : environment.pendingRenumberings)
         if (entry.folder == folder && entry.openTasks == &openTasks && entry.positionAttribute == positionAttribute)
             return true;
-    p.folders.push_back({folder, &openTasks, positionAttribute});
+    environment.pendingRenumberings.push_back({folder, &openTasks, positionAttribute});
     return true;
 }
 
@@ -104,9 +87,10 @@ namespace {
 QList<PredicateArgument> folderQueryArguments(const Record& folder, TaskCounter kind)
 {
     Record* self = const_cast<Record*>(&folder);
+    const QDateTime now = ModelEnvironment::of(folder).now();
     switch (kind) {
-    case TaskCounter::DueToday: return {self, DateAnchors::todayEnd()};
-    case TaskCounter::DueTomorrow: return {self, DateAnchors::tomorrowStart(), DateAnchors::tomorrowEnd()};
+    case TaskCounter::DueToday: return {self, DateAnchors::todayEnd(now)};
+    case TaskCounter::DueTomorrow: return {self, DateAnchors::tomorrowStart(now), DateAnchors::tomorrowEnd(now)};
     default: return {self};
     }
 }
@@ -171,9 +155,10 @@ bool countWaitingFoldersInOnePass(const Record& folder, int tasksRelationship, F
         slotOfKey[size_t(waiting[i].folder->primaryKey())] = int(i);
     // The four queries prepared once for all folders, the folder given with each task. The anchors are
     // read once, so every folder counts against the same "Today".
-    const QDateTime todayEnd = DateAnchors::todayEnd();
-    const QDateTime tomorrowStart = DateAnchors::tomorrowStart();
-    const QDateTime tomorrowEnd = DateAnchors::tomorrowEnd();
+    const QDateTime now = ModelEnvironment::of(folder).now();
+    const QDateTime todayEnd = DateAnchors::todayEnd(now);
+    const QDateTime tomorrowStart = DateAnchors::tomorrowStart(now);
+    const QDateTime tomorrowEnd = DateAnchors::tomorrowEnd(now);
     std::vector<PreparedPredicates::Entry> entries;
     for (int k = 0; k < kTaskCounterKinds; ++k) {
         QList<PredicateArgument> arguments {static_cast<Record*>(nullptr)};

@@ -155,15 +155,21 @@ void countMatches(const std::vector<Record*>& candidates, const Predicate* const
 // While one of these lives, the renumbering of contexts and projects (calculateTaskPositions) waits and
 // runs once per folder when the last one ends: a pass that cleans up many tasks renumbers each folder
 // once instead of once per task. The final positions are the same.
+class ModelEnvironment;
+class ObjectContext;
+
 class DeferredRenumbering {
 public:
-    DeferredRenumbering();
+    explicit DeferredRenumbering(ObjectContext& context);
     ~DeferredRenumbering();
     DeferredRenumbering(const DeferredRenumbering&) = delete;
     DeferredRenumbering& operator=(const DeferredRenumbering&) = delete;
     // True when the renumbering of `folder` was put off (it runs later as renumberOpenTasks with the
     // same arguments).
     static bool defer(Record* folder, const Predicate& openTasks, int positionAttribute);
+
+private:
+    ModelEnvironment& m_environment;
 };
 
 // The four queries of a context or project, each a template with the folder as first argument; the due

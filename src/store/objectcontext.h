@@ -99,6 +99,12 @@ public:
     // and the changes stay pending, so a later save tries again.
     Status save();
 
+    // What the layers above keep per context rather than per process (the model's clock, preference
+    // reader, notifications and caches), so that two contexts can live side by side. The context owns
+    // it; the layer that uses it makes it on first use.
+    QObject* environment() const { return m_environment.get(); }
+    void setEnvironment(std::unique_ptr<QObject> environment) { m_environment = std::move(environment); }
+
     UndoStack& undoManager() { return m_undo; }
     void undo();
     void redo();
@@ -141,6 +147,7 @@ private:
     std::shared_ptr<const DataModel> m_model;
     std::vector<EntityRecords> m_entities;
     std::unique_ptr<SqliteStore> m_store;
+    std::unique_ptr<QObject> m_environment;
     QString m_uuid;
     std::vector<Record*> m_dirty; // each once: a record's m_dirty flag says whether it is here
     UndoStack m_undo;

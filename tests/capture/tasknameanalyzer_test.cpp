@@ -148,7 +148,7 @@ TEST_F(TaskNameAnalyzerTest, QuickTypeInMakesTheTask)
     ASSERT_TRUE(plain.isOk());
     EXPECT_EQ((*plain)->parentContext(), inbox);
     EXPECT_EQ((*plain)->priority(), 2);
-    EXPECT_EQ((*plain)->startDate(), DateAnchors::today());
+    EXPECT_EQ((*plain)->startDate(), DateAnchors::today(now()));
     EXPECT_EQ((*plain)->effort(), 1);
     EXPECT_TRUE((*plain)->newInContext());
     EXPECT_FALSE(context->hasChanges()) << "saved";

@@ -16,8 +16,8 @@ ObjectContext& store()
 {
     static ObjectContext* context = [] {
         setLogSink(std::fopen("/dev/null", "w"));
-        ModelEnvironment::instance().setClock([] { return QDateTime(QDate(2026, 11, 22), QTime(10, 30)); });
         auto* c = new ObjectContext(managedObjectModel());
+        ModelEnvironment::of(*c).setClock([] { return QDateTime(QDate(2026, 11, 22), QTime(10, 30)); });
         for (const char* name : {"Home", "home office", "Calls", "@weird [name]", ""})
             c->insertNewObject<Context>(QStringLiteral("context"))->setName(QString::fromUtf8(name));
         for (const char* name : {"Holiday", "*", "Garden?", "x"})

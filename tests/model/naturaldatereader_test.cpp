@@ -37,7 +37,6 @@ protected:
 
     void TearDown() override
     {
-        ModelEnvironment::instance().setClock({});
         if (m_hadZone)
             qputenv("TZ", m_zone);
         else
@@ -209,15 +208,14 @@ TEST_F(NaturalDateReaderTest, NamedDatesAreTheModelsAnchors)
     for (const Now& n : nows) {
         useZone(n.zone);
         const QDateTime fixed = wall(n.now);
-        ModelEnvironment::instance().setClock([fixed] { return fixed; });
         for (const char* phrase : phrases) {
             const QString typed = QString::fromLatin1(phrase);
-            const auto expected = DateAnchors::anchor(typed);
+            const auto expected = DateAnchors::anchor(typed, fixed);
             ASSERT_TRUE(expected) << phrase;
-            EXPECT_EQ(text(dateWithNaturalLanguageString(typed, kUS)), text(expected)) << n.now << ": " << phrase;
-            EXPECT_EQ(text(dateWithNaturalLanguageString(typed.toLower(), kUS)), text(expected)) << n.now << ": " << phrase;
+            EXPECT_EQ(text(dateWithNaturalLanguageString(typed, fixed, kUS)), text(expected)) << n.now << ": " << phrase;
+            EXPECT_EQ(text(dateWithNaturalLanguageString(typed.toLower(), fixed, kUS)), text(expected)) << n.now << ": " << phrase;
         }
-        EXPECT_EQ(text(dateWithNaturalLanguageString(QStringLiteral("today"), kUS)), text(DateAnchors::today())) << n.now;
+        EXPECT_EQ(text(dateWithNaturalLanguageString(QStringLiteral("today"), fixed, kUS)), text(DateAnchors::today(fixed))) << n.now;
     }
 }
 

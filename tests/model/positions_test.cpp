@@ -112,7 +112,7 @@ TEST_F(PositionsTest, RenumberingPutOffOrNotNumbersDenselyInTheOldOrder)
         return out;
     };
     {
-        DeferredRenumbering once;
+        DeferredRenumbering once(*together[0]->managedObjectContext());
         for (Context* c : together)
             c->calculateTaskPositions();
     }

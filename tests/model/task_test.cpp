@@ -78,7 +78,7 @@ TEST_F(TaskTest, CompletingAndReopening)
     Task* t = tasks[1];
     t->setNextAction(true);
     t->setDone(true);
-    EXPECT_EQ(t->completionDate(), ModelEnvironment::instance().now());
+    EXPECT_EQ(t->completionDate(), now());
     EXPECT_FALSE(t->nextAction());
     EXPECT_FALSE(t->cleanedUp());
     // Done but not cleaned up: still in the order.
@@ -160,7 +160,7 @@ TEST_F(TaskTest, TheInboxHearsOfItsOpenTasks)
     inbox->setIsInbox(true);
     Context* other = newContext(QStringLiteral("other"));
     int posted = 0;
-    auto connection = QObject::connect(&ModelEnvironment::instance(), &ModelEnvironment::inboxCountHasChanged, [&](Record*) { ++posted; });
+    auto connection = QObject::connect(&environment(), &ModelEnvironment::inboxCountHasChanged, [&](Record*) { ++posted; });
     Task* t = addTask(QStringLiteral("t"), inbox);
     EXPECT_EQ(posted, 1);
     t->setDone(true);

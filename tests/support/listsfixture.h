@@ -38,7 +38,7 @@ protected:
     {
         ModelFixture::SetUp();
         prefs = std::make_unique<Preferences>(path(QStringLiteral("prefs.ini")));
-        ModelEnvironment::instance().setPreferenceReader([this](QStringView key) { return prefs->objectForKey(key); });
+        readPreferences([this](QStringView key) { return prefs->objectForKey(key); });
         inbox = folder(QStringLiteral("Inbox"));
         inbox->setIsInbox(true);
     }

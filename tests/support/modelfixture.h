@@ -13,20 +13,23 @@ class ModelFixture : public StoreFixture {
 protected:
     void SetUp() override
     {
-        setNow(QDateTime(QDate(2026, 11, 22), QTime(10, 30)));
-        ModelEnvironment::instance().setPreferenceReader([this](QStringView key) { return preferences.value(key.toString()); });
+        m_now = QDateTime(QDate(2026, 11, 22), QTime(10, 30));
+        readPreferences([this](QStringView key) { return preferences.value(key.toString()); });
         StoreFixture::SetUp();
     }
-    void TearDown() override
+
+    void configureContext(ObjectContext& context) override
     {
-        ModelEnvironment::instance().setClock({});
-        ModelEnvironment::instance().setPreferenceReader({});
+        ModelEnvironment& environment = ModelEnvironment::of(context);
+        environment.setClock([this] { return m_now; });
+        environment.setPreferenceReader([this](QStringView key) { return m_preferenceReader(key); });
     }
 
-    void setNow(const QDateTime& now)
-    {
-        ModelEnvironment::instance().setClock([now] { return now; });
-    }
+    void setNow(const QDateTime& now) { m_now = now; }
+    const QDateTime& now() const { return m_now; }
+    // Where the model reads its preferences from, in this and every later context of the test.
+    void readPreferences(std::function<QVariant(QStringView)> reader) { m_preferenceReader = std::move(reader); }
+    ModelEnvironment& environment() { return ModelEnvironment::of(*context); }
 
     static QDateTime day(int d, int hour = 9, int minute = 0, int month = 11) { return QDateTime(QDate(2026, month, d), QTime(hour, minute)); }
 
@@ -48,6 +51,10 @@ protected:
     }
 
     QVariantMap preferences;
+
+private:
+    QDateTime m_now;
+    std::function<QVariant(QStringView)> m_preferenceReader;
 };
 
 inline QList<qint64> positionsInContext(const std::vector<Task*>& tasks)

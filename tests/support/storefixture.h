@@ -41,9 +41,13 @@ protected:
     {
         context.reset();
         context = std::make_unique<ObjectContext>(managedObjectModel());
+        configureContext(*context);
         const Status s = context->addSqliteStore(dataFilePath());
         ASSERT_TRUE(s.isOk()) << s;
     }
+
+    // Called for every new context, before its file is opened.
+    virtual void configureContext(ObjectContext&) {}
 
     void save()
     {
