@@ -5,6 +5,7 @@
 #include "model/dateanchors.h"
 #include "model/modelenvironment.h"
 #include "model/project.h"
+#include "store/objectcontext.h"
 
 #include <QUrl>
 
@@ -367,8 +368,47 @@ void Task::adjustOpenCounts(qint64 delta) const
         p->adjustUncompletedTasksCount(delta);
 }
 
+bool Task::isReversing(const Record& record)
+{
+    return record.managedObjectContext()->undoManager().isReversing();
+}
+
+void Task::resetAfterReversal(int relationship, Record* oldFolder) const
+{
+    // Every counter of the folders: the setters' own resets are not known here, and a fresh count is
+    // never wrong.
+    auto context = [](Context* c) {
+        if (!c)
+            return;
+        c->resetTaskCounters(true);
+        if (c->isInbox())
+            ModelEnvironment::of(*c).postInboxCountHasChanged(c);
+    };
+    auto project = [](Project* p) {
+        if (p)
+            p->resetTaskCounters(true);
+    };
+    auto category = [](ArchiveCategory* a) {
+        if (a) {
+            a->resetCounterForPendingTasks();
+            a->resetCounterForNextActionTasks();
+        }
+    };
+    context(parentContext());
+    project(parentProject());
+    category(parentArchiveCategory());
+    if (relationship == Rel::parentContext)
+        context(static_cast<Context*>(oldFolder));
+    else if (relationship == Rel::parentProject)
+        project(static_cast<Project*>(oldFolder));
+    else if (relationship == Rel::parentArchiveCategory)
+        category(static_cast<ArchiveCategory*>(oldFolder));
+}
+
 void Task::attributeChanged(Record& record, int attribute, const Value& oldValue)
 {
+    if (isReversing(record))
+        static_cast<const Task&>(record).resetAfterReversal();
     if ((attribute != Attr::cleanedUp && attribute != Attr::archived) || record.isDeleted())
         return;
     const auto& task = static_cast<const Task&>(record);
@@ -383,6 +423,8 @@ void Task::attributeChanged(Record& record, int attribute, const Value& oldValue
 void Task::toOneChanged(Record& record, int relationship, Record* oldTarget, Record* newTarget)
 {
     const auto& task = static_cast<const Task&>(record);
+    if (isReversing(record))
+        task.resetAfterReversal(relationship, oldTarget);
     if ((relationship != Rel::parentContext && relationship != Rel::parentProject) || record.isDeleted()
         || !countsAsOpen(task.primitiveValue(Attr::cleanedUp), task.primitiveValue(Attr::archived)))
         return;
@@ -401,6 +443,8 @@ void Task::toOneChanged(Record& record, int relationship, Record* oldTarget, Rec
 void Task::deletedChanged(Record& record, bool deleted)
 {
     const auto& task = static_cast<const Task&>(record);
+    if (isReversing(record))
+        task.resetAfterReversal();
     if (countsAsOpen(task.primitiveValue(Attr::cleanedUp), task.primitiveValue(Attr::archived)))
         task.adjustOpenCounts(deleted ? -1 : 1);
 }

@@ -105,4 +105,8 @@ private:
     static void toOneChanged(Record& record, int relationship, Record* oldTarget, Record* newTarget);
     static void deletedChanged(Record& record, bool deleted);
     void adjustOpenCounts(qint64 delta) const;
+    // Undo and redo write values past the setters: what the setters would have reset or told is
+    // reset and told here, for the task's folders as they were and as they are.
+    static bool isReversing(const Record& record);
+    void resetAfterReversal(int relationship = -1, Record* oldFolder = nullptr) const;
 };

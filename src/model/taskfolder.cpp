@@ -252,5 +252,7 @@ void renumberOpenTasks(Record& folder, const Predicate& openTasks, int positionA
     positions.reserve(tasks->size());
     for (const Record* t : *tasks)
         positions.push_back(t->primitiveValue(positionAttribute));
+    // However many positions move, one undo entry.
+    UndoCoalescing oneUndoEntry(folder.managedObjectContext()->undoManager(), positionAttribute);
     numberInOrder(*tasks, positions, positionAttribute);
 }

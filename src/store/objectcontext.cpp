@@ -31,6 +31,16 @@ ObjectContext::ObjectContext(std::shared_ptr<const DataModel> model, QObject* pa
     : QObject(parent), m_model(std::move(model)), m_uuid(QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper())
 {
     resetEntities();
+    m_undo.setChangeHandler([this] { undoStackChanged(); });
+}
+
+void ObjectContext::undoStackChanged()
+{
+    const UndoState now {m_undo.canUndo(), m_undo.canRedo(), m_undo.undoActionName(), m_undo.redoActionName()};
+    if (now == m_undoState)
+        return;
+    m_undoState = now;
+    Q_EMIT undoStateChanged();
 }
 
 void ObjectContext::resetEntities()
@@ -481,6 +491,12 @@ void ObjectContext::applyReversal(UndoStack::Direction direction)
         case UndoEntry::Kind::ToOne: e.record->setToOne(e.index, e.target); break;
         case UndoEntry::Kind::Inserted: setDeletedFlag(e.record, true); break;
         case UndoEntry::Kind::Deleted: setDeletedFlag(e.record, false); break;
+        case UndoEntry::Kind::AttributeRun: {
+            UndoCoalescing oneEntry(m_undo, e.index);
+            for (auto run = e.run->rbegin(); run != e.run->rend(); ++run)
+                run->first->setPrimitiveValue(e.index, std::move(run->second));
+            break;
+        }
         }
     }
     m_undo.endReversing();

@@ -113,6 +113,8 @@ public:
 
 Q_SIGNALS:
     void objectsDidChange(const ChangeBatch& batch);
+    // What can be undone or redone, or an action name, changed (for the Edit menu).
+    void undoStateChanged();
 
 private:
     friend class Record;
@@ -141,6 +143,7 @@ private:
     EntityRecords& recordsOf(const EntityDescription& entity);
     const EntityRecords* recordsOf(QStringView entityName) const;
     void applyReversal(UndoStack::Direction direction);
+    void undoStackChanged();
     void resetEntities();
     bool hasPackedChanges() const;
 
@@ -156,5 +159,14 @@ private:
     // so observers see a stable order.
     std::vector<Record*> m_batchOrder;
     bool m_processingScheduled = false;
+    // What undoStateChanged last told, so it is emitted only when something changed.
+    struct UndoState {
+        bool canUndo = false;
+        bool canRedo = false;
+        QString undoName;
+        QString redoName;
+        bool operator==(const UndoState&) const = default;
+    };
+    UndoState m_undoState;
     quint64 m_changeCount = 0;
 };

@@ -1,14 +1,14 @@
 #include "store/undostack.h"
 
+#include <algorithm>
+
 void UndoStack::beginUndoGrouping(const QString& actionName)
 {
     if (m_depth == 0 && m_implicitOpen) {
         // An explicit group swallows changes already collected in this event.
         m_implicitOpen = false;
     }
-    if (m_depth == 0 && m_open.entries.empty())
-        m_open.actionName = actionName;
-    else if (m_depth == 0 && !actionName.isEmpty())
+    if (m_depth == 0 && (m_open.entries.empty() || !actionName.isEmpty()))
         m_open.actionName = actionName;
     ++m_depth;
 }
@@ -20,8 +20,9 @@ void UndoStack::endUndoGrouping()
     if (--m_depth > 0)
         return;
     if (!m_open.entries.empty() && m_state == State::Normal)
-        m_undo.push_back(std::move(m_open));
+        pushUndoGroup(std::move(m_open));
     m_open = {};
+    changed();
 }
 
 void UndoStack::setActionName(const QString& name)
@@ -30,6 +31,7 @@ void UndoStack::setActionName(const QString& name)
         m_open.actionName = name;
     else if (!m_undo.empty())
         m_undo.back().actionName = name;
+    changed();
 }
 
 void UndoStack::closeImplicitGroup()
@@ -38,8 +40,43 @@ void UndoStack::closeImplicitGroup()
         return;
     m_implicitOpen = false;
     if (!m_open.entries.empty())
-        m_undo.push_back(std::move(m_open));
+        pushUndoGroup(std::move(m_open));
     m_open = {};
+    changed();
+}
+
+void UndoStack::pushUndoGroup(UndoGroup group)
+{
+    m_undo.push_back(std::move(group));
+    if (m_levels > 0 && m_undo.size() > size_t(m_levels))
+        m_undo.erase(m_undo.begin(), m_undo.end() - m_levels);
+}
+
+void UndoStack::setLevelsOfUndo(int levels)
+{
+    m_levels = std::max(0, levels);
+    if (m_levels > 0) {
+        if (m_undo.size() > size_t(m_levels))
+            m_undo.erase(m_undo.begin(), m_undo.end() - m_levels);
+        if (m_redo.size() > size_t(m_levels))
+            m_redo.erase(m_redo.begin(), m_redo.end() - m_levels);
+    }
+    changed();
+}
+
+size_t UndoStack::entryCount() const
+{
+    size_t n = 0;
+    auto add = [&n](const UndoGroup& g) {
+        for (const UndoEntry& e : g.entries)
+            n += e.run ? e.run->size() : 1;
+    };
+    for (const UndoGroup& g : m_undo)
+        add(g);
+    for (const UndoGroup& g : m_redo)
+        add(g);
+    add(m_open);
+    return n;
 }
 
 bool UndoStack::canUndo() const
@@ -66,18 +103,46 @@ void UndoStack::removeAllActions()
     m_open = {};
     m_depth = 0;
     m_implicitOpen = false;
+    m_coalescing = -1;
+    changed();
+}
+
+void UndoStack::beginCoalescing(int attribute)
+{
+    m_coalescing = attribute;
+}
+
+void UndoStack::endCoalescing()
+{
+    m_coalescing = -1;
 }
 
 void UndoStack::registerEntry(UndoEntry entry)
 {
     if (!m_enabled)
         return;
+    const bool wasEmpty = m_open.entries.empty();
     if (m_state == State::Normal) {
+        const bool hadRedo = !m_redo.empty();
         m_redo.clear();
         if (m_depth == 0)
             m_implicitOpen = true;
+        if (hadRedo)
+            changed();
     }
-    m_open.entries.push_back(std::move(entry));
+    if (entry.kind == UndoEntry::Kind::Attribute && entry.index == m_coalescing) {
+        if (m_open.entries.empty() || m_open.entries.back().kind != UndoEntry::Kind::AttributeRun
+            || m_open.entries.back().index != m_coalescing) {
+            UndoEntry run(UndoEntry::Kind::AttributeRun, nullptr, m_coalescing);
+            run.run = std::make_unique<std::vector<std::pair<Record*, Value>>>();
+            m_open.entries.push_back(std::move(run));
+        }
+        m_open.entries.back().run->emplace_back(entry.record, std::move(entry.value));
+    } else {
+        m_open.entries.push_back(std::move(entry));
+    }
+    if (wasEmpty && m_state == State::Normal)
+        changed();
 }
 
 bool UndoStack::takeGroup(Direction direction, UndoGroup& group)
@@ -107,9 +172,13 @@ void UndoStack::beginReversing(Direction direction, const QString& actionName)
 
 void UndoStack::endReversing()
 {
-    auto& target = m_state == State::Undoing ? m_redo : m_undo;
-    if (!m_open.entries.empty())
-        target.push_back(std::move(m_open));
+    if (!m_open.entries.empty()) {
+        if (m_state == State::Undoing)
+            m_redo.push_back(std::move(m_open));
+        else
+            pushUndoGroup(std::move(m_open));
+    }
     m_open = {};
     m_state = State::Normal;
+    changed();
 }
