@@ -23,16 +23,21 @@ void warnOfUnusedParts(CommandEnvironment& env, const ParseResult& reading, cons
     }
     if (reading.projectName && !reading.project)
         env.warn(QStringLiteral("no project's name is or begins with \"%1\": the task has no project").arg(*reading.projectName));
-    auto unread = [&](const std::optional<QString>& text, const std::optional<QDateTime>& date, const char* which) {
+    // What the task ended up with: a start date may still come from the preference for new tasks.
+    auto outcome = [&](const QDateTime& date, const char* which) {
+        return date.isValid() ? QStringLiteral("the task's %1 date is %2, as for any new task").arg(QLatin1String(which), isoDateString(date))
+                              : QStringLiteral("the task has no %1 date").arg(QLatin1String(which));
+    };
+    auto unread = [&](const std::optional<QString>& text, const std::optional<QDateTime>& date, const QDateTime& result, const char* which) {
         if (!text || date)
             return;
         if (text->isEmpty())
-            env.warn(QStringLiteral("nothing follows \"#\": the task has no %1 date").arg(QLatin1String(which)));
+            env.warn(QStringLiteral("nothing follows \"#\": %1").arg(outcome(result, which)));
         else
-            env.warn(QStringLiteral("\"%1\" reads as no date: the task has no %2 date").arg(*text, QLatin1String(which)));
+            env.warn(QStringLiteral("\"%1\" reads as no date: %2").arg(*text, outcome(result, which)));
     };
-    unread(reading.startDateText, reading.startDate, "start");
-    unread(reading.dueDateText, reading.dueDate, "due");
+    unread(reading.startDateText, reading.startDate, task.startDate(), "start");
+    unread(reading.dueDateText, reading.dueDate, task.dueDate(), "due");
     // The start date is set first; a due date not after it is refused by the task.
     if (reading.dueDate && task.dueDate() != *reading.dueDate)
         env.warn(QStringLiteral("the due date %1 is not after the start date %2: the task has no due date")

@@ -11,9 +11,10 @@
 
 namespace {
 
+// Rounded up: a file one byte over the limit must not read as the limit itself.
 QString mebibytes(qint64 bytes)
 {
-    return QStringLiteral("%1 MiB").arg(bytes >> 20);
+    return QStringLiteral("%1 MiB").arg((bytes + (qint64(1) << 20) - 1) >> 20);
 }
 
 // The whole input, or a refusal once it is known to exceed the limit: a regular file by its size,
