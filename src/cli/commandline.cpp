@@ -51,6 +51,18 @@ QString usageText()
     return text;
 }
 
+// The file that stops DIR from being a folder, DIR itself or the nearest existing path above it;
+// empty when there is none (a missing folder is made when the data is opened).
+QString fileInTheWay(const QString& dir)
+{
+    QFileInfo info(dir);
+    while (!info.exists() && !info.isRoot() && info.absolutePath() != info.absoluteFilePath())
+        info = QFileInfo(info.absolutePath());
+    if (!info.exists() || info.isDir())
+        return {};
+    return info.absoluteFilePath() == QFileInfo(dir).absoluteFilePath() ? dir : info.absoluteFilePath();
+}
+
 // Output that did not reach its reader fails the command, whatever it did: a dump cut short by a full
 // disk must not pass for a whole one. Standard output is checked once, at the end: a stream that failed
 // stays failed.
@@ -161,8 +173,9 @@ int runCommandLine(const QStringList& arguments)
                 err << "vyro: --data-dir needs a folder\n";
                 return ExitUsage;
             }
-            if (const QFileInfo info(dir); info.exists() && !info.isDir()) {
-                err << "vyro: --data-dir " << dir << " is a file, not a folder\n";
+            if (const QString file = fileInTheWay(dir); !file.isEmpty()) {
+                err << "vyro: --data-dir " << dir << (file == dir ? QStringLiteral(" is a file, not a folder") : QStringLiteral(" lies under %1, which is a file").arg(file))
+                    << "\n";
                 return ExitUsage;
             }
             dataFolder = dir;

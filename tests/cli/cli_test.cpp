@@ -753,6 +753,7 @@ TEST_F(CliTest, ArgumentsThatCannotBeUsedSayWhy)
          QStringLiteral("archive: --tags needs a value")},
         {{QStringLiteral("--data-dir"), aFile, QStringLiteral("dump")}, QStringLiteral("--data-dir ") + aFile + QStringLiteral(" is a file, not a folder")},
         {{QStringLiteral("--data-dir=") + aFile, QStringLiteral("dump")}, QStringLiteral("is a file, not a folder")},
+        {{QStringLiteral("--data-dir"), aFile + QStringLiteral("/below/it"), QStringLiteral("dump")}, QStringLiteral("lies under ") + aFile + QStringLiteral(", which is a file")},
         // Home shows water, Dig and call: two others, so 0 to 2.
         {{QStringLiteral("--data-dir"), dataDir(), QStringLiteral("move"), call, QStringLiteral("--to-position"), QStringLiteral("3")},
          QStringLiteral("move: --to-position 3 is past the end: the list shows 2 other tasks, so N is 0 to 2")},
