@@ -5,13 +5,15 @@
 #include "model/project.h"
 #include "store/objectcontext.h"
 
-Result<Task*> QuickTypeInController::quickTypeInDone(const QString& line)
+Result<Task*> QuickTypeInController::quickTypeInDone(const QString& line, ParseResult* reading)
 {
     if (line.isEmpty())
         return static_cast<Task*>(nullptr);
     auto parsed = TaskNameAnalyzer(m_context).parseTaskName(line);
     if (!parsed)
         return parsed.status();
+    if (reading)
+        *reading = *parsed;
     NewTask values;
     values.name = parsed->name;
     values.content = parsed->content;

@@ -5,6 +5,7 @@
 #include <QString>
 
 class ObjectContext;
+struct ParseResult;
 class Task;
 
 // The quick type-in path without its window: one line in the quick-entry syntax becomes a task.
@@ -14,8 +15,8 @@ public:
 
     // Parses the line, picks the context (the one written, else the default context of the project
     // written, else the Inbox), adds the task and saves. An empty line does nothing (nullptr); a line
-    // that cannot be read gives an error and no task.
-    Result<Task*> quickTypeInDone(const QString& line);
+    // that cannot be read gives an error and no task. `reading`, when given, receives the line's parse.
+    Result<Task*> quickTypeInDone(const QString& line, ParseResult* reading = nullptr);
 
 private:
     ObjectContext& m_context;

@@ -132,16 +132,19 @@ Result<ParseResult> TaskNameAnalyzer::parseTaskName(const QString& line) const
         trace(QStringLiteral("DatePart '%1'").arg(dateText));
         const qsizetype comma = dateText.lastIndexOf(QLatin1Char(','));
         if (comma < 0) {
+            result.dueDateText = dateText;
             result.dueDate = m_readDate(dateText);
             trace(QStringLiteral("Due date '%1'").arg(describe(result.dueDate)));
         } else {
             const QString startText = trimmed(dateText.left(comma));
             const QString dueText = trimmed(dateText.mid(comma + 1));
             if (!startText.isEmpty()) {
+                result.startDateText = startText;
                 result.startDate = m_readDate(startText);
                 trace(QStringLiteral("Start date '%1'").arg(startText));
             }
             if (!dueText.isEmpty()) {
+                result.dueDateText = dueText;
                 result.dueDate = m_readDate(dueText);
                 trace(QStringLiteral("Due date '%1'").arg(dueText));
             }
@@ -161,6 +164,7 @@ Result<ParseResult> TaskNameAnalyzer::parseTaskName(const QString& line) const
             const QString contextName = working.mid(1, space - 1);
             working = trimmed(working.mid(space));
             trace(QStringLiteral("ContextName '%1'").arg(contextName));
+            result.contextName = contextName;
             result.context = findContext(contextName);
         }
     }
@@ -175,6 +179,7 @@ Result<ParseResult> TaskNameAnalyzer::parseTaskName(const QString& line) const
     traceText(working);
     if (auto projectName = cutPair(working, QLatin1Char('['), QLatin1Char(']'))) {
         trace(QStringLiteral("ProjectName '%1'").arg(*projectName));
+        result.projectName = *projectName;
         result.project = findProject(*projectName);
     }
     traceText(working);

@@ -23,6 +23,13 @@ struct ParseResult {
     std::optional<QDateTime> startDate;
     std::optional<QDateTime> dueDate;
     std::optional<QString> tags;      // as typed between the braces, possibly empty
+    // The texts the line gave for the context, the project and the dates, whether or not they led to
+    // a folder or a date: callers tell the user what part of the line was not used. A date text is kept
+    // when it was read; a date part without a comma is read even when empty.
+    std::optional<QString> contextName;
+    std::optional<QString> projectName;
+    std::optional<QString> startDateText;
+    std::optional<QString> dueDateText;
 };
 
 // Reads the quick-entry syntax:  name [: note] with  @context  [project]  {tags}  #start, due  and

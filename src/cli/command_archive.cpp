@@ -17,9 +17,14 @@ int runArchive(CommandEnvironment& env)
     std::optional<QString> tags;
     const QStringList& args = env.arguments();
     for (qsizetype i = 0; i < args.size(); ++i) {
-        if (args[i] == QLatin1String("--category") && i + 1 < args.size())
+        const bool takesValue = args[i] == QLatin1String("--category") || args[i] == QLatin1String("--tags");
+        if (takesValue && (i + 1 >= args.size() || args[i + 1].startsWith(QLatin1String("--"))))
+            return env.fail(QStringLiteral("archive: %1 needs a value (%2)")
+                                .arg(args[i], args[i] == QLatin1String("--category") ? QStringLiteral("the name of an archive category") : QStringLiteral("tags, separated by commas")),
+                            ExitUsage);
+        if (args[i] == QLatin1String("--category"))
             categoryName = args[++i];
-        else if (args[i] == QLatin1String("--tags") && i + 1 < args.size())
+        else if (args[i] == QLatin1String("--tags"))
             tags = args[++i];
         else if (args[i].startsWith(QLatin1String("--")))
             return env.fail(QStringLiteral("archive: unknown option %1").arg(args[i]), ExitUsage);
@@ -44,7 +49,7 @@ int runArchive(CommandEnvironment& env)
     // As the archiving sheet starts: one task keeps its own tags unless others are given.
     const QString newTags = tags ? *tags : (tasks.size() == 1 ? tasks.front()->tags() : QString());
     archiveTaskTo(tasks, static_cast<ArchiveCategory*>(*category), newTags);
-    if (Status s = env.appDelegate().saveAction(); !s.isOk())
+    if (Status s = env.save(); !s.isOk())
         return env.fail(QStringLiteral("nothing was archived: %1").arg(s.message()));
     QJsonArray out;
     for (Task* t : tasks)

@@ -13,7 +13,7 @@ int runCleanup(CommandEnvironment& env)
         return *failed;
     // Opening the data already ran the start-up pass; both count.
     const int cleaned = env.cleanedUpAtStart() + CleanUpController::cleanUpTasks(env.appDelegate().managedObjectContext());
-    if (Status s = env.appDelegate().saveAction(); !s.isOk())
+    if (Status s = env.save(); !s.isOk())
         return env.fail(QStringLiteral("nothing was cleaned up: %1").arg(s.message()));
     env.out() << QString::fromUtf8(QJsonDocument(QJsonObject {{QStringLiteral("cleanedUp"), cleaned}}).toJson(QJsonDocument::Compact)) << Qt::endl;
     return ExitOk;

@@ -17,7 +17,7 @@ int runDuplicate(CommandEnvironment& env)
     if (!task)
         return env.fail(task.status().message(), ExitUsage);
     Task* copy = TasksDuplicator::duplicateTaskFrom(static_cast<Task*>(*task));
-    if (Status s = env.appDelegate().saveAction(); !s.isOk())
+    if (Status s = env.save(); !s.isOk())
         return env.fail(QStringLiteral("nothing was duplicated: %1").arg(s.message()));
     env.out() << QString::fromUtf8(QJsonDocument(recordToJson(*copy)).toJson(QJsonDocument::Indented));
     return ExitOk;

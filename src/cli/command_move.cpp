@@ -33,7 +33,7 @@ int runMove(CommandEnvironment& env)
             bool ok = false;
             position = args[++i].toInt(&ok);
             if (!ok || *position < 0)
-                return env.fail(QStringLiteral("move: --to-position takes a count of tasks, 0 or more"), ExitUsage);
+                return env.fail(QStringLiteral("move: --to-position takes the number of tasks to put before the task: a whole number, 0 or more"), ExitUsage);
             move = a;
         } else if (a == QLatin1String("--top") || a == QLatin1String("--bottom") || a == QLatin1String("--up") || a == QLatin1String("--down")) {
             if (!move.isEmpty())
@@ -82,6 +82,17 @@ int runMove(CommandEnvironment& env)
     if (list.selectedObjects().empty())
         return env.fail(QStringLiteral("move: the task is not shown in that list (another folder, or hidden by the view's modes)"), ExitUsage);
 
+    // N counts the other shown tasks that end up before the task; past the last of them the move
+    // would quietly become --bottom.
+    const qsizetype others = qsizetype(list.arrangedObjects().size()) - 1;
+    if (position && *position > others)
+        return env.fail(QStringLiteral("move: --to-position %1 is past the end: the list shows %2 other task%3, so N is 0 to %2 "
+                                       "(the number of tasks to put before it)")
+                            .arg(*position)
+                            .arg(others)
+                            .arg(others == 1 ? "" : "s"),
+                        ExitUsage);
+
     if (move == QLatin1String("--to-position"))
         list.moveToPosition(*position);
     else if (move == QLatin1String("--top"))
@@ -92,7 +103,7 @@ int runMove(CommandEnvironment& env)
         list.moveUp();
     else
         list.moveDown();
-    if (Status s = env.appDelegate().saveAction(); !s.isOk())
+    if (Status s = env.save(); !s.isOk())
         return env.fail(QStringLiteral("nothing was moved: %1").arg(s.message()));
     if (json)
         printTasksJson(env.out(), list.arrangedObjects());

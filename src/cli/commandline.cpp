@@ -7,8 +7,11 @@
 #include "store/objectcontext.h"
 
 #include <QDir>
+#include <QFileInfo>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
@@ -23,7 +26,7 @@ const Command kCommands[] = {
     {"add", runAdd, "add LINE            add a task from a quick-entry line, as quick type-in does"},
     {"date", runDate, "date TEXT           the date TEXT reads as, in ISO 8601"},
     {"dump", runDump, "dump                the whole store as JSON"},
-    {"load", runLoad, "load FILE           add the records of a JSON file shaped like the dump"},
+    {"load", runLoad, "load FILE           add the records of a JSON file shaped like the dump (\"-\": standard input)"},
     {"set", runSet, "set URI KEY=VALUE...  change attributes and relationships, in the order given (\"\" clears)"},
     {"duplicate", runDuplicate, "duplicate URI       copy a task"},
     {"cleanup", runCleanup, "cleanup             clean up completed tasks"},
@@ -44,7 +47,41 @@ QString usageText()
     for (const Command& c : kCommands)
         text += QStringLiteral("  ") + QLatin1String(c.usage) + QLatin1Char('\n');
     text += QStringLiteral("\nOptions:\n  --data-dir DIR      use the data file in DIR instead of the one the preferences choose\n");
+    text += QStringLiteral("\nload reads at most %1 MiB. Exit status: 0 done, 1 failed, 2 arguments that cannot be used.\n").arg(kLoadLimit >> 20);
     return text;
+}
+
+// The file that stops DIR from being a folder, DIR itself or the nearest existing path above it;
+// empty when there is none (a missing folder is made when the data is opened).
+QString fileInTheWay(const QString& dir)
+{
+    QFileInfo info(dir);
+    while (!info.exists() && !info.isRoot() && info.absolutePath() != info.absoluteFilePath())
+        info = QFileInfo(info.absolutePath());
+    if (!info.exists() || info.isDir())
+        return {};
+    return info.absoluteFilePath() == QFileInfo(dir).absoluteFilePath() ? dir : info.absoluteFilePath();
+}
+
+// Output that did not reach its reader fails the command, whatever it did: a dump cut short by a full
+// disk must not pass for a whole one. Standard output is checked once, at the end: a stream that failed
+// stays failed.
+int checkOutput(QTextStream& out, QTextStream& err, int code, bool saved)
+{
+    out.flush();
+    const bool streamOk = out.status() == QTextStream::Ok;
+    const int flushed = std::fflush(stdout);
+    const int flushError = errno;
+    if (streamOk && flushed == 0 && !std::ferror(stdout))
+        return code;
+    QString reason = out.device() ? out.device()->errorString() : QString();
+    if (reason.isEmpty() || reason == QLatin1String("Unknown error"))
+        reason = QString::fromLocal8Bit(std::strerror(flushed != 0 ? flushError : EIO));
+    err << "vyro: the output could not be written completely: " << reason;
+    if (saved)
+        err << " (the changes were saved)";
+    err << Qt::endl;
+    return code == ExitOk ? ExitFailure : code;
 }
 
 // The desktop interface comes in a later version; until then a plain start opens the data and reports.
@@ -80,6 +117,18 @@ int CommandEnvironment::fail(const QString& message, int code)
     return code;
 }
 
+void CommandEnvironment::warn(const QString& message)
+{
+    m_err << "vyro: warning: " << message << Qt::endl;
+}
+
+Status CommandEnvironment::save()
+{
+    Status s = m_delegate->saveAction();
+    m_saved = m_saved || s.isOk();
+    return s;
+}
+
 std::optional<int> CommandEnvironment::openStore()
 {
     m_log = std::make_unique<DebugLogFile>(debugLogFilePath());
@@ -105,11 +154,11 @@ int runCommandLine(const QStringList& arguments)
         const QString option = rest.takeFirst();
         if (option == QLatin1String("--version")) {
             out << "vyro " << CoreData_AppDelegate::versionStringForBundle() << Qt::endl;
-            return ExitOk;
+            return checkOutput(out, err, ExitOk, false);
         }
         if (option == QLatin1String("--help")) {
             out << usageText();
-            return ExitOk;
+            return checkOutput(out, err, ExitOk, false);
         }
         if (option == QLatin1String("--data-dir") || option.startsWith(QLatin1String("--data-dir="))) {
             QString dir = option.section(QLatin1Char('='), 1);
@@ -124,6 +173,11 @@ int runCommandLine(const QStringList& arguments)
                 err << "vyro: --data-dir needs a folder\n";
                 return ExitUsage;
             }
+            if (const QString file = fileInTheWay(dir); !file.isEmpty()) {
+                err << "vyro: --data-dir " << dir << (file == dir ? QStringLiteral(" is a file, not a folder") : QStringLiteral(" lies under %1, which is a file").arg(file))
+                    << "\n";
+                return ExitUsage;
+            }
             dataFolder = dir;
             continue;
         }
@@ -132,13 +186,14 @@ int runCommandLine(const QStringList& arguments)
     }
     if (rest.isEmpty()) {
         CommandEnvironment env({}, dataFolder, out, out);
-        return runDesktop(env);
+        return checkOutput(out, err, runDesktop(env), false);
     }
     const QString name = rest.takeFirst();
     for (const Command& c : kCommands) {
         if (name == QLatin1String(c.name)) {
             CommandEnvironment env(rest, dataFolder, out, err);
-            return c.run(env);
+            const int code = c.run(env);
+            return checkOutput(out, err, code, env.savedChanges());
         }
     }
     err << "vyro: unknown command \"" << name << "\"\n" << usageText();

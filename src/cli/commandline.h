@@ -15,6 +15,10 @@ class Preferences;
 // Exit statuses of the command line.
 enum ExitCode : int { ExitOk = 0, ExitFailure = 1, ExitUsage = 2 };
 
+// The most `load` reads, from a file or from standard input; larger input is refused before it is read
+// whole.
+inline constexpr qint64 kLoadLimit = qint64(256) << 20;
+
 // What a command gets: its arguments, the output streams, and the data, opened on demand.
 class CommandEnvironment {
 public:
@@ -36,6 +40,14 @@ public:
 
     // Prints "vyro: <message>" to standard error and gives `code` back.
     int fail(const QString& message, int code = ExitFailure);
+    // Prints "vyro: warning: <message>" to standard error: something the command left out or changed,
+    // while it still did its work.
+    void warn(const QString& message);
+
+    // Saves the changes to the data file; remembers that they were saved, which a later failure to
+    // write the output reports.
+    Status save();
+    bool savedChanges() const { return m_saved; }
 
 private:
     QStringList m_arguments;
@@ -46,6 +58,7 @@ private:
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<CoreData_AppDelegate> m_delegate;
     int m_cleanedUpAtStart = 0;
+    bool m_saved = false;
 };
 
 // One command per file; each returns its exit status.

@@ -111,6 +111,40 @@ TEST_F(TaskNameAnalyzerTest, TwoLinesCannotBeRead)
     EXPECT_TRUE(analyzer.parseTaskName(QStringLiteral("@home #d1")).isOk());
 }
 
+TEST_F(TaskNameAnalyzerTest, TheTextsOfEachPartAreKeptFoundOrNot)
+{
+    struct Texts {
+        const char* line;
+        const char* context;
+        const char* project;
+        const char* start;
+        const char* due;
+    };
+    const Texts cases[] = {
+        {"Call Bob", nullptr, nullptr, nullptr, nullptr},
+        {"@zz Plan [Nope] #soon, d2", "zz", "Nope", "soon", "d2"},
+        {"@home call [ Ho ] #d1", "home", " Ho ", nullptr, "d1"},
+        {"@home", nullptr, nullptr, nullptr, nullptr},
+        {"x #", nullptr, nullptr, nullptr, ""},
+        {"x #,", nullptr, nullptr, nullptr, nullptr},
+        {"x # , later ", nullptr, nullptr, nullptr, "later"},
+        {"Fix bug: see #12", nullptr, nullptr, nullptr, "12"},
+    };
+    auto same = [](const std::optional<QString>& actual, const char* expected) {
+        return expected ? actual == QString::fromUtf8(expected) : !actual.has_value();
+    };
+    TaskNameAnalyzer analyzer(*context, fakeDate);
+    for (const Texts& e : cases) {
+        SCOPED_TRACE(e.line);
+        auto parsed = analyzer.parseTaskName(QString::fromUtf8(e.line));
+        ASSERT_TRUE(parsed.isOk()) << parsed.status();
+        EXPECT_TRUE(same(parsed->contextName, e.context)) << parsed->contextName.value_or(QStringLiteral("(none)")).toStdString();
+        EXPECT_TRUE(same(parsed->projectName, e.project)) << parsed->projectName.value_or(QStringLiteral("(none)")).toStdString();
+        EXPECT_TRUE(same(parsed->startDateText, e.start)) << parsed->startDateText.value_or(QStringLiteral("(none)")).toStdString();
+        EXPECT_TRUE(same(parsed->dueDateText, e.due)) << parsed->dueDateText.value_or(QStringLiteral("(none)")).toStdString();
+    }
+}
+
 TEST_F(TaskNameAnalyzerTest, TheTraceInTheLog)
 {
     std::FILE* log = std::tmpfile();

@@ -5,6 +5,7 @@
 #include "store/sqlitestore.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -529,4 +530,248 @@ TEST_F(CliTest, MoveDealsOutThePositionsOfTheShownTasks)
     EXPECT_EQ(r.exitCode, 2);
     EXPECT_TRUE(r.err.contains(QStringLiteral("not shown"))) << r.err.toStdString();
     EXPECT_EQ(move(QStringLiteral("call"), {QStringLiteral("--view"), QStringLiteral("completed"), QStringLiteral("--top")}).exitCode, 2);
+}
+
+namespace {
+
+const char* kDated = R"({
+  "contexts": [{"uri": "h", "name": "Home", "pathName": "Home"}, {"uri": "g", "name": "Garden", "parentContext": "h", "pathName": "Home > Garden"}],
+  "projects": [{"uri": "p", "name": "Shed", "active": true, "pathName": "Shed"}, {"uri": "q", "name": "Roof", "parentProject": "p", "pathName": "Shed > Roof"}],
+  "tasks": [
+    {"uri": "t1", "name": "prune", "parentContext": "g", "positionInContext": 1, "archived": false, "cleanedUp": false, "done": false,
+     "startDate": "2026-12-01T09:00:00Z", "dueDate": "2026-12-10T09:00:00Z"},
+    {"uri": "t2", "name": "rake", "parentContext": "g", "positionInContext": 2, "archived": false, "cleanedUp": false, "done": false}
+  ]})";
+
+QString uriOf(const QJsonObject& dump, const char* array, const QString& name)
+{
+    return findByName(dump.value(QLatin1String(array)).toArray(), name).value(QStringLiteral("uri")).toString();
+}
+
+} // namespace
+
+TEST_F(CliTest, SetNamesEachRefusedChangeAndSavesNothing)
+{
+    ASSERT_EQ(vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load"), writeFile(QStringLiteral("d.json"), kDated)}).exitCode, 0);
+    const QJsonObject before = dump();
+    const QString home = uriOf(before, "contexts", QStringLiteral("Home"));
+    const QString garden = uriOf(before, "contexts", QStringLiteral("Garden"));
+    const QString shed = uriOf(before, "projects", QStringLiteral("Shed"));
+    const QString roof = uriOf(before, "projects", QStringLiteral("Roof"));
+    const QString prune = uriOf(before, "tasks", QStringLiteral("prune"));
+    struct Case {
+        QStringList arguments;
+        QString message;
+    };
+    const Case cases[] = {
+        {{home, QStringLiteral("parentContext=") + garden}, QStringLiteral("parentContext: \"Home > Garden\" lies inside \"Home\"")},
+        {{home, QStringLiteral("parentContext=Home > Garden")}, QStringLiteral("lies inside")},
+        {{garden, QStringLiteral("parentContext=") + garden}, QStringLiteral("parentContext: a context cannot be its own parent")},
+        {{shed, QStringLiteral("parentProject=Shed > Roof")}, QStringLiteral("parentProject: \"Shed > Roof\" lies inside \"Shed\"")},
+        {{roof, QStringLiteral("parentProject=") + roof}, QStringLiteral("a project cannot be its own parent")},
+        {{prune, QStringLiteral("startDate=2026-12-11T00:00:00Z")}, QStringLiteral("startDate: 2026-12-11")},
+        {{prune, QStringLiteral("startDate=2026-12-10T09:00:00Z")}, QStringLiteral("is not before the due date 2026-12-10")},
+        {{prune, QStringLiteral("dueDate=2026-11-30T00:00:00Z")}, QStringLiteral("dueDate: 2026-11-30")},
+        {{prune, QStringLiteral("dueDate=2026-12-01T09:00:00Z")}, QStringLiteral("is not after the start date 2026-12-01")},
+        // All or nothing: the changes before the refused one are not saved either.
+        {{prune, QStringLiteral("name=renamed"), QStringLiteral("priority=1"), QStringLiteral("dueDate=2026-11-01T00:00:00Z")}, QStringLiteral("dueDate:")},
+        {{garden, QStringLiteral("name=Lawn"), QStringLiteral("parentContext=") + garden}, QStringLiteral("its own parent")},
+        // Values the program works out itself.
+        {{home, QStringLiteral("pathName=Elsewhere")}, QStringLiteral("pathName cannot be set")},
+        {{roof, QStringLiteral("pathName=")}, QStringLiteral("pathName cannot be set")},
+        {{home, QStringLiteral("savedPendingTasksCount=3")}, QStringLiteral("savedPendingTasksCount cannot be set")},
+        {{shed, QStringLiteral("uncompletedTasksCount=0")}, QStringLiteral("uncompletedTasksCount cannot be set")},
+        {{prune, QStringLiteral("status=4")}, QStringLiteral("status cannot be set")},
+        {{prune, QStringLiteral("positionInContext=7")}, QStringLiteral("positionInContext cannot be set")},
+        {{home, QStringLiteral("tasks=") + prune}, QStringLiteral("tasks cannot be set: it lists the task records whose parentContext")},
+    };
+    for (const Case& c : cases) {
+        const CliRun r = vyro(QStringList {QStringLiteral("--data-dir"), dataDir(), QStringLiteral("set")} + c.arguments);
+        EXPECT_EQ(r.exitCode, 2) << c.arguments.join(QLatin1Char(' ')).toStdString();
+        EXPECT_TRUE(r.err.startsWith(QStringLiteral("vyro: ")) && r.err.contains(c.message)) << r.err.toStdString();
+        EXPECT_TRUE(r.out.isEmpty()) << r.out.toStdString();
+    }
+    EXPECT_EQ(dump(), before);
+
+    // What the model stores differently from what was typed is not a refusal, and an order that keeps
+    // every step valid goes through.
+    const QStringList fine[] = {
+        {prune, QStringLiteral("dueDate="), QStringLiteral("startDate=2026-12-20T00:00:00Z"), QStringLiteral("dueDate=2026-12-24T00:00:00Z")},
+        {prune, QStringLiteral("name="), QStringLiteral("nextAction=")},
+        {garden, QStringLiteral("parentContext=")},
+        {roof, QStringLiteral("parentProject=")},
+        {shed, QStringLiteral("parentProject=") + roof},
+    };
+    for (const QStringList& arguments : fine) {
+        const CliRun r = vyro(QStringList {QStringLiteral("--data-dir"), dataDir(), QStringLiteral("set")} + arguments);
+        EXPECT_EQ(r.exitCode, 0) << arguments.join(QLatin1Char(' ')).toStdString() << ": " << r.err.toStdString();
+    }
+    const QJsonObject after = dump();
+    const QJsonObject task = findByName(after.value(QStringLiteral("tasks")).toArray(), QStringLiteral("New task"));
+    EXPECT_EQ(QDateTime::fromString(task.value(QStringLiteral("dueDate")).toString(), Qt::ISODate), QDateTime(QDate(2026, 12, 24), QTime(0, 0), Qt::UTC));
+    EXPECT_EQ(findByName(after.value(QStringLiteral("projects")).toArray(), QStringLiteral("Shed")).value(QStringLiteral("pathName")).toString(), QStringLiteral("Roof > Shed"));
+}
+
+TEST_F(CliTest, AddWarnsOfEachPartOfTheLineItCouldNotUse)
+{
+    ASSERT_EQ(vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load"), writeFile(QStringLiteral("d.json"), kDated)}).exitCode, 0);
+    struct Case {
+        QString line;
+        QStringList warnings;
+        QString name;
+        QString context;
+        QStringList keys;    // present in the task
+        QStringList missing; // absent from it
+    };
+    const Case cases[] = {
+        {QStringLiteral("Plan #tomorrow, yesterday"), {QStringLiteral("the due date ")}, QStringLiteral("Plan"), QStringLiteral("Inbox"), {"startDate"}, {"dueDate"}},
+        {QStringLiteral("@office Fix the roof [House]"),
+         {QStringLiteral("no context's name begins with \"office\": the task is in \"Inbox\""), QStringLiteral("no project's name is or begins with \"House\"")},
+         QStringLiteral("Fix the roof"), QStringLiteral("Inbox"), {}, {"parentProject"}},
+        {QStringLiteral("@office Paint [Sh]"), {QStringLiteral("\"office\"")}, QStringLiteral("Paint"), QStringLiteral("Inbox"), {"parentProject"}, {}},
+        {QStringLiteral("@gar Mow [Attic] #whenever"), {QStringLiteral("\"Attic\""), QStringLiteral("\"whenever\" reads as no date: the task has no due date")},
+         QStringLiteral("Mow"), QStringLiteral("Home > Garden"), {}, {"dueDate", "parentProject"}},
+        // New tasks start today unless the preferences say otherwise.
+        {QStringLiteral("Sow #someday, tomorrow"), {QStringLiteral("\"someday\" reads as no date: the task's start date is ")}, QStringLiteral("Sow"), QStringLiteral("Inbox"), {"startDate", "dueDate"}, {}},
+        {QStringLiteral("Weed #"), {QStringLiteral("nothing follows \"#\"")}, QStringLiteral("Weed"), QStringLiteral("Inbox"), {}, {"dueDate"}},
+        // Lines whose every part is used warn of nothing.
+        {QStringLiteral("@gar Water [roof] {wet} #today, tomorrow"), {}, QStringLiteral("Water"), QStringLiteral("Home > Garden"), {"startDate", "dueDate", "parentProject"}, {}},
+        {QStringLiteral("@home"), {}, QStringLiteral("@home"), QStringLiteral("Inbox"), {}, {}},
+    };
+    const QJsonObject before = dump();
+    for (const Case& c : cases) {
+        const CliRun r = vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("add"), c.line});
+        EXPECT_EQ(r.exitCode, 0) << c.line.toStdString() << ": " << r.err.toStdString();
+        const QStringList lines = r.err.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        ASSERT_EQ(lines.size(), c.warnings.size()) << c.line.toStdString() << ": " << r.err.toStdString();
+        for (qsizetype i = 0; i < lines.size(); ++i)
+            EXPECT_TRUE(lines[i].startsWith(QStringLiteral("vyro: warning: ")) && lines[i].contains(c.warnings[i])) << lines[i].toStdString();
+        const QJsonObject task = QJsonDocument::fromJson(r.out.toUtf8()).object();
+        EXPECT_EQ(task.value(QStringLiteral("name")).toString(), c.name) << c.line.toStdString();
+        for (const QString& key : c.keys)
+            EXPECT_TRUE(task.contains(key)) << c.line.toStdString() << " lacks " << key.toStdString();
+        for (const QString& key : c.missing)
+            EXPECT_FALSE(task.contains(key)) << c.line.toStdString() << " has " << key.toStdString();
+        const QJsonObject stored = findByName(dump().value(QStringLiteral("tasks")).toArray(), task.value(QStringLiteral("uri")).toString(), "uri");
+        EXPECT_EQ(stored, task) << "the task printed is the one saved";
+        QString contextPath;
+        for (const QJsonValue& v : dump().value(QStringLiteral("contexts")).toArray())
+            if (v.toObject().value(QStringLiteral("uri")) == task.value(QStringLiteral("parentContext")))
+                contextPath = v.toObject().value(QStringLiteral("pathName")).toString(v.toObject().value(QStringLiteral("name")).toString());
+        EXPECT_EQ(contextPath, c.context) << c.line.toStdString();
+    }
+}
+
+TEST_F(CliTest, LoadRefusesTooMuchInputAndInputOfTheWrongShape)
+{
+    ASSERT_EQ(vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("dump")}).exitCode, 0);
+    const QJsonObject before = dump();
+    // A sparse file: its size is over the limit without filling the disk.
+    const QString huge = writeFile(QStringLiteral("huge.json"), "{\"tasks\": []}");
+    ASSERT_TRUE(QFile::resize(huge, (qint64(256) << 20) + 1));
+    struct Case {
+        QString file;
+        QByteArray input;
+        int exitCode;
+        QString message;
+    };
+    const Case cases[] = {
+        {huge, {}, 1, QStringLiteral("huge.json holds 257 MiB, more than load reads (256 MiB)")},
+        {QStringLiteral("/dev/zero"), {}, 1, QStringLiteral("/dev/zero holds more than load reads (256 MiB)")},
+        {QStringLiteral("-"), "[{\"name\": \"x\"}]", 2, QStringLiteral("standard input: the JSON here is an array; load takes one object")},
+        {writeFile(QStringLiteral("n.json"), " 42\n"), {}, 2, QStringLiteral("n.json: the JSON here is a number")},
+        {QStringLiteral("-"), "\"tasks\"", 2, QStringLiteral("the JSON here is a string")},
+        {QStringLiteral("-"), "null", 2, QStringLiteral("the JSON here is null")},
+        {QStringLiteral("-"), "[1,", 2, QStringLiteral("standard input: not valid JSON at line 1")},
+        {QStringLiteral("-"), "{\"tasks\": 3}", 2, QStringLiteral("\"tasks\" must be an array")},
+    };
+    for (const Case& c : cases) {
+        const CliRun r = vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load"), c.file}, c.input);
+        EXPECT_EQ(r.exitCode, c.exitCode) << c.file.toStdString() << ": " << r.err.toStdString();
+        EXPECT_TRUE(r.err.startsWith(QStringLiteral("vyro: ")) && r.err.contains(c.message)) << r.err.toStdString();
+    }
+    EXPECT_EQ(dump(), before);
+    // Input at the limit's side of the line still loads from standard input.
+    const CliRun ok = vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load"), QStringLiteral("-")}, "{\"tasks\": [{\"name\": \"piped\"}]}");
+    EXPECT_EQ(ok.exitCode, 0) << ok.err.toStdString();
+    EXPECT_FALSE(findByName(dump().value(QStringLiteral("tasks")).toArray(), QStringLiteral("piped")).isEmpty());
+}
+
+TEST_F(CliTest, OutputThatCannotBeWrittenFailsTheCommand)
+{
+    if (!QFileInfo::exists(QStringLiteral("/dev/full")))
+        GTEST_SKIP() << "needs /dev/full";
+    ASSERT_EQ(vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load"), writeFile(QStringLiteral("l.json"), kLists)}).exitCode, 0);
+    struct Case {
+        QStringList arguments;
+        bool saves;
+    };
+    const Case cases[] = {
+        {{QStringLiteral("dump")}, false},
+        {{QStringLiteral("list"), QStringLiteral("--folder"), QStringLiteral("Home")}, false},
+        {{QStringLiteral("list"), QStringLiteral("--folder"), QStringLiteral("Home"), QStringLiteral("--json")}, false},
+        {{QStringLiteral("folders")}, false},
+        {{QStringLiteral("parse"), QStringLiteral("Call Bob")}, false},
+        {{QStringLiteral("date"), QStringLiteral("today")}, false},
+        {{QStringLiteral("cleanup")}, true},
+        {{QStringLiteral("add"), QStringLiteral("Call Bob")}, true},
+        {{QStringLiteral("--help")}, false},
+        {{}, false},
+    };
+    for (const Case& c : cases) {
+        QProcess p;
+        p.setProcessEnvironment(environment());
+        p.setStandardOutputFile(QStringLiteral("/dev/full"));
+        p.start(QStringLiteral(VYRO_BINARY), QStringList {QStringLiteral("--data-dir"), dataDir()} + c.arguments);
+        ASSERT_TRUE(p.waitForFinished(60000));
+        const QString err = QString::fromUtf8(p.readAllStandardError());
+        EXPECT_EQ(p.exitCode(), 1) << c.arguments.join(QLatin1Char(' ')).toStdString();
+        if (c.arguments.isEmpty())
+            continue; // a plain start sends standard error to the debug log
+        EXPECT_TRUE(err.contains(QStringLiteral("vyro: the output could not be written completely: No space left on device"))) << err.toStdString();
+        EXPECT_EQ(err.contains(QStringLiteral("(the changes were saved)")), c.saves) << err.toStdString();
+    }
+    // Written to a stream that takes it, the same output passes.
+    EXPECT_EQ(vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("dump")}).exitCode, 0);
+}
+
+TEST_F(CliTest, ArgumentsThatCannotBeUsedSayWhy)
+{
+    ASSERT_EQ(vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("load"), writeFile(QStringLiteral("l.json"), kLists)}).exitCode, 0);
+    const QJsonObject before = dump();
+    const QString call = uriOf(before, "tasks", QStringLiteral("call"));
+    const QString aFile = writeFile(QStringLiteral("not-a-folder"), "x");
+    struct Case {
+        QStringList arguments;
+        QString message;
+    };
+    const Case cases[] = {
+        {{QStringLiteral("--data-dir"), dataDir(), QStringLiteral("archive"), call, QStringLiteral("--category")}, QStringLiteral("archive: --category needs a value")},
+        {{QStringLiteral("--data-dir"), dataDir(), QStringLiteral("archive"), call, QStringLiteral("--category"), QStringLiteral("--tags"), QStringLiteral("x")},
+         QStringLiteral("archive: --category needs a value")},
+        {{QStringLiteral("--data-dir"), dataDir(), QStringLiteral("archive"), call, QStringLiteral("--category"), QStringLiteral("Old"), QStringLiteral("--tags")},
+         QStringLiteral("archive: --tags needs a value")},
+        {{QStringLiteral("--data-dir"), aFile, QStringLiteral("dump")}, QStringLiteral("--data-dir ") + aFile + QStringLiteral(" is a file, not a folder")},
+        {{QStringLiteral("--data-dir=") + aFile, QStringLiteral("dump")}, QStringLiteral("is a file, not a folder")},
+        {{QStringLiteral("--data-dir"), aFile + QStringLiteral("/below/it"), QStringLiteral("dump")}, QStringLiteral("lies under ") + aFile + QStringLiteral(", which is a file")},
+        // Home shows water, Dig and call: two others, so 0 to 2.
+        {{QStringLiteral("--data-dir"), dataDir(), QStringLiteral("move"), call, QStringLiteral("--to-position"), QStringLiteral("3")},
+         QStringLiteral("move: --to-position 3 is past the end: the list shows 2 other tasks, so N is 0 to 2")},
+        {{QStringLiteral("--data-dir"), dataDir(), QStringLiteral("move"), call, QStringLiteral("--to-position"), QStringLiteral("-1")},
+         QStringLiteral("move: --to-position takes the number of tasks to put before the task")},
+    };
+    for (const Case& c : cases) {
+        const CliRun r = vyro(c.arguments);
+        EXPECT_EQ(r.exitCode, 2) << c.arguments.join(QLatin1Char(' ')).toStdString();
+        EXPECT_TRUE(r.err.startsWith(QStringLiteral("vyro: ")) && r.err.contains(c.message)) << r.err.toStdString();
+    }
+    EXPECT_EQ(dump(), before);
+    QFile file(aFile);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), QByteArray("x"));
+    // The last valid position still moves.
+    const CliRun last = vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("move"), QStringLiteral("--json"), uriOf(before, "tasks", QStringLiteral("water")),
+                              QStringLiteral("--to-position"), QStringLiteral("2")});
+    EXPECT_EQ(last.exitCode, 0) << last.err.toStdString();
+    EXPECT_EQ(taskNames(last.out), QStringList({"Dig", "call", "water"}));
 }
