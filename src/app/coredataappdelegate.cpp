@@ -1,4 +1,5 @@
 #include "app/coredataappdelegate.h"
+#include "app/storemigrator.h"
 
 #include "app/datafilepaths.h"
 #include "app/preferences.h"
@@ -23,7 +24,15 @@ CoreData_AppDelegate::~CoreData_AppDelegate() = default;
 
 int CoreData_AppDelegate::prepareStoreForWork()
 {
-    return hasStore() ? ::prepareStoreForWork(managedObjectContext()) : 0;
+    if (!hasStore())
+        return 0;
+    ObjectContext& context = managedObjectContext();
+    StoreMigrator::repairCurrentStore(context);
+    const int cleanedUp = ::prepareStoreForWork(context);
+    // What the start changed is no user's action to undo.
+    context.processPendingChanges();
+    context.undoManager().removeAllActions();
+    return cleanedUp;
 }
 
 QString CoreData_AppDelegate::applicationSupportFolder() const

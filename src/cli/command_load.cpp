@@ -1,5 +1,6 @@
 #include "app/coredataappdelegate.h"
 #include "cli/commandline.h"
+#include "model/absentflags.h"
 #include "model/startupdata.h"
 #include "store/objectcontext.h"
 #include "store/recordjson.h"
@@ -93,6 +94,7 @@ int runLoad(CommandEnvironment& env)
     std::vector<Record*> created;
     if (Status s = importDocument(context, *document, &created); !s.isOk())
         return env.fail(QStringLiteral("%1: %2").arg(name, s.message()), ExitUsage);
+    adoptLoadedRecords(context, created);
     if (Status s = env.save(); !s.isOk())
         return env.fail(QStringLiteral("nothing was loaded: %1").arg(s.message()));
 

@@ -41,6 +41,8 @@ Task* addNewTask(ObjectContext& context, const NewTask& values)
     task->setDelegated(false);
     task->setArchived(false);
     task->setCleanedUp(false);
+    // Not done, rather than absent: the start's repair would otherwise change every new task once more.
+    task->setPrimitiveValue(Task::Attr::done, Value::boolean(false));
     if (in)
         in->addTasksObject(task);
     if (values.project) {

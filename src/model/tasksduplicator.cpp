@@ -17,7 +17,9 @@ Task* TasksDuplicator::duplicateTaskFrom(Task* s)
     c->setStartDate(s->startDate());
     c->setDueDate(s->dueDate());
     // The flags before the context and project: the archived setter renumbers the task's folders, and
-    // there are none yet.
+    // there are none yet. A copy is an open task whatever its source: done and cleaned up false.
+    c->setPrimitiveValue(Task::Attr::done, Value::boolean(false));
+    c->setPrimitiveValue(Task::Attr::cleanedUp, Value::boolean(false));
     c->setNextAction(s->nextAction());
     c->setWaitingFor(s->waitingFor());
     c->setDelegated(s->delegated());

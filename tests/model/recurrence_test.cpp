@@ -99,7 +99,9 @@ TEST_F(RecurrenceTest, WhatTheCopyCarries)
     EXPECT_EQ(copy->content(), QStringLiteral("notes"));
     EXPECT_TRUE(copy->primitiveValue(Task::Attr::contact).isNull());
     EXPECT_TRUE(copy->primitiveValue(Task::Attr::syncID).isNull());
-    EXPECT_TRUE(copy->primitiveValue(Task::Attr::done).isNull());
+    // A copy is open, and says so: not absent flags, which the context list would read as hidden.
+    EXPECT_EQ(copy->primitiveValue(Task::Attr::done), Value::boolean(false));
+    EXPECT_EQ(copy->primitiveValue(Task::Attr::cleanedUp), Value::boolean(false));
     EXPECT_EQ(copy->priority(), 0);
     EXPECT_EQ(copy->parentProject(), p);
     EXPECT_EQ(copy->positionInContext(), 2);
