@@ -7,6 +7,7 @@
 #include "model/dateanchors.h"
 #include "model/task.h"
 #include "store/objectcontext.h"
+#include "store/preparedpredicates.h"
 
 #include <algorithm>
 #include <unordered_set>

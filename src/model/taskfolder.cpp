@@ -3,6 +3,7 @@
 #include "model/dateanchors.h"
 #include "store/objectcontext.h"
 #include "store/predicate.h"
+#include "store/preparedpredicates.h"
 
 #include <algorithm>
 #include <array>
