@@ -80,8 +80,8 @@ const char* nameOfType(AttributeType type)
     return "";
 }
 
-// The stored value of an attribute of `type`; false when the column holds a kind of value the store
-// never writes there.
+// The stored value of an attribute of `type`; false, with `out` untouched, when the column holds a kind
+// of value the store never writes there (asked before reading: reading converts).
 bool valueColumn(sqlite3_stmt* s, int column, AttributeType type, Value& out)
 {
     const int kind = sqlite3_column_type(s, column);
@@ -91,20 +91,30 @@ bool valueColumn(sqlite3_stmt* s, int column, AttributeType type, Value& out)
     }
     switch (type) {
     case AttributeType::Bool:
+        if (kind != SQLITE_INTEGER)
+            return false;
         out = Value::boolean(sqlite3_column_int64(s, column) != 0);
-        return kind == SQLITE_INTEGER;
+        return true;
     case AttributeType::Integer:
+        if (kind != SQLITE_INTEGER)
+            return false;
         out = Value::integer(sqlite3_column_int64(s, column));
-        return kind == SQLITE_INTEGER;
+        return true;
     case AttributeType::Double:
+        if (kind != SQLITE_FLOAT && kind != SQLITE_INTEGER)
+            return false;
         out = Value::real(sqlite3_column_double(s, column));
-        return kind == SQLITE_FLOAT || kind == SQLITE_INTEGER;
+        return true;
     case AttributeType::Date:
+        if (kind != SQLITE_INTEGER)
+            return false;
         out = Value::dateFromMSecs(sqlite3_column_int64(s, column));
-        return kind == SQLITE_INTEGER;
+        return true;
     case AttributeType::String:
+        if (kind != SQLITE_TEXT)
+            return false;
         out = Value::string(textColumn(s, column));
-        return kind == SQLITE_TEXT;
+        return true;
     }
     return false;
 }
