@@ -145,7 +145,7 @@ void ObjectContext::deleteObject(Record* record)
     // Marked first so that cycles through cascading relationships end here.
     auto begin = [&stack](Record* r) {
         r->m_deleted = true;
-        stack.push_back({r});
+        stack.push_back(Frame {r, 0, {}, 0});
     };
     begin(record);
     while (!stack.empty()) {

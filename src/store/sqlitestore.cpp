@@ -347,14 +347,16 @@ Status SqliteStore::readPacked(const EntityDescription& entity, const PackedValu
         // Values of an attribute the model no longer packs (or no longer has) are not read.
         if (index < 0)
             continue;
+        const bool numbered = sqlite3_column_type(st.get(), 1) == SQLITE_INTEGER; // asked first: reading converts
         const qint64 block = sqlite3_column_int64(st.get(), 1);
         const QString which = QStringLiteral("the packed block %1 of %2.%3").arg(textColumn(st.get(), 1), entity.name(), attributeName);
-        if (sqlite3_column_type(st.get(), 1) != SQLITE_INTEGER || block < 0)
+        if (!numbered || block < 0)
             return damaged(which + QStringLiteral(" has no block number"));
         if (block > PackedBlock::blockOfKey(maxKey))
             return damaged(which + QStringLiteral(" lies past the key counter (%1)").arg(maxKey));
-        auto stored = PackedBlock::decode(sqlite3_column_blob(st.get(), 2), sqlite3_column_bytes(st.get(), 2));
-        if (!stored || sqlite3_column_type(st.get(), 2) != SQLITE_BLOB)
+        const bool blob = sqlite3_column_type(st.get(), 2) == SQLITE_BLOB; // asked first: reading converts
+        auto stored = blob ? PackedBlock::decode(sqlite3_column_blob(st.get(), 2), sqlite3_column_bytes(st.get(), 2)) : std::nullopt;
+        if (!stored)
             return damaged(which + QStringLiteral(" does not decode"));
         auto& list = blocks[size_t(index)];
         if (size_t(block) >= list.size())
@@ -443,8 +445,9 @@ Status SqliteStore::loadInto(ObjectContext& context)
             const EntityDescription* e = m_model.entity(textColumn(st.get(), 0));
             if (!e)
                 continue;
+            const bool whole = sqlite3_column_type(st.get(), 1) == SQLITE_INTEGER; // asked first: reading converts
             const qint64 counter = sqlite3_column_int64(st.get(), 1);
-            if (sqlite3_column_type(st.get(), 1) != SQLITE_INTEGER || counter < 0 || counter > kMaxKey)
+            if (!whole || counter < 0 || counter > kMaxKey)
                 return damaged(QStringLiteral("the key counter of %1 holds %2, not a key").arg(e->name(), textColumn(st.get(), 1)));
             context.recordsOf(*e).maxKey = counter;
         }
