@@ -6,6 +6,7 @@
 #include <QSysInfo>
 
 #include <csignal>
+#include <functional>
 
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -27,8 +28,8 @@ QByteArray ownContent()
     return QByteArray::number(qint64(::getpid())) + '\n' + QSysInfo::machineHostName().toUtf8() + '\n';
 }
 
-// Runs `child` in a forked process and answers what it wrote to the pipe (up to 4 KiB) once it closed
-// it; `keep` leaves the child running (its pid in `pid`) after it wrote a first line.
+// Runs `child` in a forked process and answers what it returned (up to 4 KiB). With `pid`, the child
+// stays (holding whatever it holds) until killed, and its pid goes to `pid`.
 QByteArray inChild(const std::function<QByteArray()>& child, pid_t* pid = nullptr)
 {
     int fds[2];
