@@ -8,6 +8,7 @@
 #include "model/modelenvironment.h"
 #include "model/task.h"
 #include "store/objectcontext.h"
+#include "store/preparedpredicates.h"
 
 #include <algorithm>
 #include <unordered_set>

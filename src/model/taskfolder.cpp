@@ -4,6 +4,7 @@
 #include "model/modelenvironment.h"
 #include "store/objectcontext.h"
 #include "store/predicate.h"
+#include "store/preparedpredicates.h"
 
 #include <algorithm>
 #include <array>

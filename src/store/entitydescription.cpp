@@ -77,6 +77,16 @@ bool DataModel::finalize()
 {
     bool ok = true;
     for (auto& entity : m_entities) {
+        // A record marks its changed properties in 64-bit masks: bit i for attribute i, then one bit per
+        // relationship.
+        const size_t properties = entity->m_attributes.size() + entity->m_relationships.size();
+        if (properties > kMaxProperties) {
+            logLine(QStringLiteral("Data model: entity %1 has %2 attributes and relationships; at most %3 fit its change mask")
+                        .arg(entity->name())
+                        .arg(properties)
+                        .arg(kMaxProperties));
+            ok = false;
+        }
         for (auto& rel : entity->m_relationships) {
             rel.destination = this->entity(rel.destinationEntity);
             if (!rel.destination) {

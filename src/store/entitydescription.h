@@ -65,7 +65,7 @@ struct ChangeHooks {
     std::function<void(Record& record, bool deleted)> deletedChanged;
 };
 
-// One entity of the data model. Attributes and relationships are addressed by index; the index of a
+// One entity of the data model, immutable once its DataModel is finalized. Attributes and relationships are addressed by index; the index of a
 // property is its position in the order it was added, so record classes can use enums for speed.
 // To-one and to-many relationships are numbered among all relationships; each record keeps separate
 // slots for its to-one and to-many relationships (toOneSlot / toManySlot).
@@ -118,12 +118,18 @@ private:
     int m_index = -1;
 };
 
-// The entities of a store. Built once, finalized (which resolves destinations and inverses), then shared
-// read-only by every context that uses it.
+// The entities of a store. Built once, on one thread, and finalized (which resolves destinations and
+// inverses and checks the entities); from then on the model and its EntityDescriptions are immutable
+// and may be read from any thread, shared by every context that uses it.
 class DataModel {
 public:
+    // Attributes and relationships of one entity together: a record's change masks have 64 bits.
+    static constexpr size_t kMaxProperties = 64;
+
     EntityDescription& addEntity(QString name, EntityDescription::Factory factory = {});
-    // Resolves relationship destinations and inverses; returns false (and logs) on an inconsistent model.
+    // Resolves relationship destinations and inverses; returns false (and logs a line per fault) on an
+    // inconsistent model: an unknown destination or inverse, an entity with more than kMaxProperties
+    // attributes and relationships.
     bool finalize();
 
     const EntityDescription* entity(QStringView name) const;

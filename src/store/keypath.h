@@ -33,7 +33,8 @@ struct KeyRef {
 // a derived count. A path through an absent to-one record reads Null.
 //
 // A path is bound lazily to the entity of the first record it is read on, and rebound when read on a
-// record of another entity.
+// record of another entity. Binding writes to the path, so a path (and the predicate or sort
+// descriptor that holds it) belongs to one thread, like the records it reads.
 class KeyPath {
 public:
     KeyPath() = default;

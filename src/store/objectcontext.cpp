@@ -142,22 +142,53 @@ void ObjectContext::deleteObject(Record* record)
 {
     if (!record || record->m_deleted || record->m_context != this)
         return;
-    // Mark first so that cycles through cascading relationships end here.
-    const EntityDescription& entity = record->entity();
-    record->m_deleted = true;
-    for (size_t i = 0; i < entity.relationships().size(); ++i) {
-        const auto& rel = entity.relationships()[i];
-        if (!rel.toMany)
-            continue;
-        const std::vector<Record*> members = record->toMany(int(i));
-        for (auto it = members.rbegin(); it != members.rend(); ++it) {
-            Record* member = *it;
-            if (rel.deleteRule == DeleteRule::Cascade)
-                deleteObject(member);
-            else if (rel.inverseIndex >= 0)
+    // A cascade walks a tree of records as deep as the user's data: it keeps its own stack, one frame
+    // per record whose members are still being visited, and finishes each record after its members, in
+    // the order a recursive walk would.
+    struct Frame {
+        Record* record;
+        size_t relationship = 0;      // the to-many relationship being visited
+        std::vector<Record*> members; // a copy: finishing a member edits the set
+        size_t next = 0;              // members are visited from the back
+    };
+    std::vector<Frame> stack;
+    // Marked first so that cycles through cascading relationships end here.
+    auto begin = [&stack](Record* r) {
+        r->m_deleted = true;
+        stack.push_back(Frame {r, 0, {}, 0});
+    };
+    begin(record);
+    while (!stack.empty()) {
+        Frame& frame = stack.back();
+        const EntityDescription& entity = frame.record->entity();
+        if (frame.next < frame.members.size()) {
+            const auto& rel = entity.relationships()[frame.relationship - 1];
+            Record* member = frame.members[frame.members.size() - 1 - frame.next++];
+            if (rel.deleteRule == DeleteRule::Cascade) {
+                if (!member->m_deleted && member->m_context == this)
+                    begin(member); // invalidates `frame`
+            } else if (rel.inverseIndex >= 0) {
                 member->setToOne(rel.inverseIndex, nullptr);
+            }
+            continue;
         }
+        while (frame.relationship < entity.relationships().size() && !entity.relationships()[frame.relationship].toMany)
+            ++frame.relationship;
+        if (frame.relationship < entity.relationships().size()) {
+            frame.members = frame.record->toMany(int(frame.relationship));
+            frame.next = 0;
+            ++frame.relationship; // now one past the relationship whose members are visited
+            continue;
+        }
+        Record* done = frame.record;
+        stack.pop_back();
+        finishDeletion(done);
     }
+}
+
+void ObjectContext::finishDeletion(Record* record)
+{
+    const EntityDescription& entity = record->entity();
     // Its own links are cleared while it still counts as alive, as any other change would be.
     record->m_deleted = false;
     for (size_t i = 0; i < entity.relationships().size(); ++i)

@@ -3,6 +3,7 @@
 #include "store/datafilelock.h"
 #include "store/entitydescription.h"
 #include "store/fetchrequest.h"
+#include "store/preparedpredicates.h"
 #include "store/status.h"
 #include "store/undostack.h"
 
@@ -41,6 +42,10 @@ struct ChangeBatch {
 //
 // Ownership: the context owns its records and its store. Records handed out stay valid until the
 // context is destroyed, also after deletion.
+//
+// Threads: a context and its records, store and lock belong to the thread that made it (the main
+// thread for the program's one context; a tool that needs another thread makes its own context there).
+// Nothing locks. The DataModel is the one thing contexts share, and it is immutable.
 //
 // Change notification: changes are collected into a batch; processPendingChanges() emits
 // objectsDidChange once for the whole batch and closes the implicit undo group. When an event loop
@@ -130,6 +135,8 @@ private:
     void didChangeAttribute(Record* record, int attribute, Value oldValue);
     void didChangeToOne(Record* record, int relationship, Record* oldTarget, Record* newTarget);
     void setDeletedFlag(Record* record, bool deleted);
+    // The end of a deletion, once the record's members are seen to: clears its links and marks it.
+    void finishDeletion(Record* record);
     void markDirty(Record* record);
     void noteBatchChange(Record* record, int bit);
     void scheduleProcessing();

@@ -31,7 +31,7 @@ void PackedValues::set(int index, qint64 key, const Value& value)
 {
     const qint64 b = PackedBlock::blockOfKey(key);
     grow(b);
-    m_blocks[size_t(index)][size_t(b)].set(int(key - PackedBlock::firstKey(b)), value);
+    slot(index, b).set(int(key - PackedBlock::firstKey(b)), value);
     if (!m_changed[size_t(b)]) {
         m_changed[size_t(b)] = true;
         ++m_changedCount;
@@ -42,12 +42,22 @@ void PackedValues::load(int index, qint64 key, const Value& value)
 {
     const qint64 b = PackedBlock::blockOfKey(key);
     grow(b);
-    m_blocks[size_t(index)][size_t(b)].set(int(key - PackedBlock::firstKey(b)), value);
+    slot(index, b).set(int(key - PackedBlock::firstKey(b)), value);
+}
+
+PackedBlock& PackedValues::slot(int index, qint64 block)
+{
+    auto& held = m_blocks[size_t(index)][size_t(block)];
+    if (!held)
+        held = std::make_unique<PackedBlock>();
+    return *held;
 }
 
 const PackedBlock& PackedValues::block(int index, qint64 block) const
 {
-    return m_blocks[size_t(index)][size_t(block)];
+    static const PackedBlock empty;
+    const auto& held = m_blocks[size_t(index)][size_t(block)];
+    return held ? *held : empty;
 }
 
 void PackedValues::clearChanges()

@@ -3,6 +3,7 @@
 #include "store/packedblock.h"
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 class EntityDescription;
@@ -13,6 +14,8 @@ class EntityDescription;
 // renumbering that moves most tasks of the store then costs a few hundred block writes.
 //
 // A slot holds the value of a live record; a deleted record (or a key never used) reads as Null.
+//
+// Belongs to its ObjectContext and so to that context's thread.
 class PackedValues {
 public:
     explicit PackedValues(const EntityDescription& entity);
@@ -34,9 +37,12 @@ public:
 
 private:
     void grow(qint64 block);
+    PackedBlock& slot(int index, qint64 block); // made when missing
 
     std::vector<int> m_attributes;
-    std::vector<std::vector<PackedBlock>> m_blocks; // per packed attribute, per block
+    // Per packed attribute, per block; a block is made when a value first lands in it, so keys far
+    // apart cost a pointer per block between them, not a block.
+    std::vector<std::vector<std::unique_ptr<PackedBlock>>> m_blocks;
     std::vector<bool> m_changed;                    // per block, for all packed attributes at once
     size_t m_changedCount = 0;
 };

@@ -1,5 +1,6 @@
 #include "store/record.h"
 
+#include "store/check.h"
 #include "store/objectcontext.h"
 
 #include <algorithm>
@@ -31,7 +32,10 @@ void Record::setPrimitiveValue(int attribute, Value value)
 
 const std::vector<Record*>& Record::toMany(int relationship) const
 {
-    Q_ASSERT(m_entity->relationships()[size_t(relationship)].toMany);
+    static const std::vector<Record*> none;
+    if (!VYRO_CHECK(relationship >= 0 && size_t(relationship) < m_entity->relationships().size()
+                    && m_entity->relationships()[size_t(relationship)].toMany))
+        return none;
     return m_toMany[size_t(m_entity->slotOfRelationship(relationship))];
 }
 
@@ -71,14 +75,16 @@ void Record::setToOne(int relationship, Record* target)
 void Record::addToMany(int relationship, Record* member)
 {
     const auto& rel = m_entity->relationships()[size_t(relationship)];
-    Q_ASSERT(rel.toMany && rel.inverseIndex >= 0);
+    if (!VYRO_CHECK(rel.toMany && rel.inverseIndex >= 0 && member && &member->entity() == rel.destination))
+        return;
     member->setToOne(rel.inverseIndex, this);
 }
 
 void Record::removeFromMany(int relationship, Record* member)
 {
     const auto& rel = m_entity->relationships()[size_t(relationship)];
-    Q_ASSERT(rel.toMany && rel.inverseIndex >= 0);
+    if (!VYRO_CHECK(rel.toMany && rel.inverseIndex >= 0 && member && &member->entity() == rel.destination))
+        return;
     if (member->toOne(rel.inverseIndex) == this)
         member->setToOne(rel.inverseIndex, nullptr);
 }

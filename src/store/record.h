@@ -18,6 +18,9 @@ class ObjectContext;
 // save). Relationship inverses are kept in step: setting a task's parentContext also moves the task
 // between the two contexts' task sets. Entity classes of the model derive from Record and add typed
 // accessors and setters with side effects.
+//
+// Threads: a record belongs to the thread of its context (the main thread for the program's one
+// context); nothing here locks, and even reading a record while another thread changes it is a race.
 class Record {
 public:
     explicit Record(const EntityDescription& entity);
@@ -48,12 +51,15 @@ public:
     }
     void setPrimitiveValue(int attribute, Value value);
 
+    // Read in every pass over many records, so only asserted: every caller takes the index from the
+    // entity's own description.
     Record* toOne(int relationship) const
     {
         Q_ASSERT(!m_entity->relationships()[size_t(relationship)].toMany);
         return m_toOne[size_t(m_entity->slotOfRelationship(relationship))];
     }
     void setToOne(int relationship, Record* target);
+    // Empty (and logged) for an index that is no to-many relationship.
     const std::vector<Record*>& toMany(int relationship) const;
     // Edits of a to-many relationship go through the inverse to-one side, so both stay in step.
     void addToMany(int relationship, Record* member);

@@ -7,13 +7,16 @@
 #include "store/packedvalues.h"
 #include "store/record.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QSet>
 #include <QUuid>
 
 #include <algorithm>
 
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <unistd.h>
 
 namespace {
 
@@ -38,11 +41,6 @@ const char* columnType(AttributeType type)
     return "";
 }
 
-struct Statement {
-    sqlite3_stmt* s = nullptr;
-    ~Statement() { sqlite3_finalize(s); }
-};
-
 QString textColumn(sqlite3_stmt* s, int column)
 {
     const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(s, column));
@@ -59,19 +57,66 @@ QVariant variantColumn(sqlite3_stmt* s, int column)
     }
 }
 
-Value valueColumn(sqlite3_stmt* s, int column, AttributeType type)
+const char* kindOfColumn(sqlite3_stmt* s, int column)
+{
+    switch (sqlite3_column_type(s, column)) {
+    case SQLITE_INTEGER: return "a whole number";
+    case SQLITE_FLOAT: return "a decimal number";
+    case SQLITE_TEXT: return "text";
+    case SQLITE_BLOB: return "binary data";
+    default: return "nothing";
+    }
+}
+
+const char* nameOfType(AttributeType type)
+{
+    switch (type) {
+    case AttributeType::Bool: return "a flag";
+    case AttributeType::Integer: return "a whole number";
+    case AttributeType::Double: return "a number";
+    case AttributeType::String: return "text";
+    case AttributeType::Date: return "a date";
+    }
+    return "";
+}
+
+// The stored value of an attribute of `type`; false, with `out` untouched, when the column holds a kind
+// of value the store never writes there (asked before reading: reading converts).
+bool valueColumn(sqlite3_stmt* s, int column, AttributeType type, Value& out)
 {
     const int kind = sqlite3_column_type(s, column);
-    if (kind == SQLITE_NULL)
-        return {};
-    switch (type) {
-    case AttributeType::Bool: return Value::boolean(sqlite3_column_int64(s, column) != 0);
-    case AttributeType::Integer: return Value::integer(sqlite3_column_int64(s, column));
-    case AttributeType::Double: return Value::real(sqlite3_column_double(s, column));
-    case AttributeType::Date: return Value::dateFromMSecs(sqlite3_column_int64(s, column));
-    case AttributeType::String: return Value::string(textColumn(s, column));
+    if (kind == SQLITE_NULL) {
+        out = Value();
+        return true;
     }
-    return {};
+    switch (type) {
+    case AttributeType::Bool:
+        if (kind != SQLITE_INTEGER)
+            return false;
+        out = Value::boolean(sqlite3_column_int64(s, column) != 0);
+        return true;
+    case AttributeType::Integer:
+        if (kind != SQLITE_INTEGER)
+            return false;
+        out = Value::integer(sqlite3_column_int64(s, column));
+        return true;
+    case AttributeType::Double:
+        if (kind != SQLITE_FLOAT && kind != SQLITE_INTEGER)
+            return false;
+        out = Value::real(sqlite3_column_double(s, column));
+        return true;
+    case AttributeType::Date:
+        if (kind != SQLITE_INTEGER)
+            return false;
+        out = Value::dateFromMSecs(sqlite3_column_int64(s, column));
+        return true;
+    case AttributeType::String:
+        if (kind != SQLITE_TEXT)
+            return false;
+        out = Value::string(textColumn(s, column));
+        return true;
+    }
+    return false;
 }
 
 // A column of an entity's table after "pk": an attribute kept in a column, or a to-one relationship.
@@ -114,17 +159,16 @@ SqliteStore::SqliteStore(QString path, const DataModel& model, std::unique_ptr<D
 {
 }
 
-SqliteStore::~SqliteStore()
+SqliteStore::~SqliteStore() = default;
+
+void SqliteStore::FinalizeStatement::operator()(sqlite3_stmt* statement) const
 {
-    for (auto& st : m_statements) {
-        sqlite3_finalize(st.insert);
-        sqlite3_finalize(st.remove);
-        for (auto& update : st.updates)
-            sqlite3_finalize(update.second);
-    }
-    sqlite3_finalize(m_writeBlock);
-    sqlite3_finalize(m_removeBlock);
-    sqlite3_close(m_db);
+    sqlite3_finalize(statement);
+}
+
+void SqliteStore::CloseConnection::operator()(sqlite3* db) const
+{
+    sqlite3_close(db);
 }
 
 Result<std::unique_ptr<SqliteStore>> SqliteStore::open(const QString& path, const DataModel& model, std::unique_ptr<DataFileLock> lock)
@@ -136,7 +180,14 @@ Result<std::unique_ptr<SqliteStore>> SqliteStore::open(const QString& path, cons
         lock = std::move(*acquired);
     }
     std::unique_ptr<SqliteStore> store(new SqliteStore(path, model, std::move(lock)));
-    const int rc = sqlite3_open_v2(path.toUtf8().constData(), &store->m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+    // A new file is made here, for the owner only; SQLite would make it readable by everyone. An empty
+    // file is a new database to SQLite.
+    const QByteArray nativePath = QFile::encodeName(path);
+    if (const int fd = ::open(nativePath.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600); fd >= 0)
+        ::close(fd);
+    sqlite3* db = nullptr;
+    const int rc = sqlite3_open_v2(nativePath.constData(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+    store->m_db.reset(db);
     // NOMUTEX: one thread uses the connection, and locking on every column read costs a quarter of loading.
     if (rc != SQLITE_OK)
         return store->error(QStringLiteral("Cannot open the data file %1").arg(path));
@@ -147,21 +198,26 @@ Result<std::unique_ptr<SqliteStore>> SqliteStore::open(const QString& path, cons
 
 Status SqliteStore::error(const QString& what) const
 {
-    const int code = m_db ? sqlite3_errcode(m_db) : SQLITE_CANTOPEN;
-    const QString detail = m_db ? QString::fromUtf8(sqlite3_errmsg(m_db)) : QStringLiteral("out of memory");
+    const int code = m_db ? sqlite3_errcode(m_db.get()) : SQLITE_CANTOPEN;
+    const QString detail = m_db ? QString::fromUtf8(sqlite3_errmsg(m_db.get())) : QStringLiteral("out of memory");
     const QString message = what + QStringLiteral(": ") + detail;
     switch (code & 0xff) {
     case SQLITE_NOTADB:
-    case SQLITE_CORRUPT: return Status::corruption(message);
+    case SQLITE_CORRUPT: return damaged(detail);
     case SQLITE_BUSY:
     case SQLITE_LOCKED: return Status::busy(message);
     default: return Status::ioError(message);
     }
 }
 
+Status SqliteStore::damaged(const QString& what) const
+{
+    return Status::corruption(QStringLiteral("Damaged data file %1: %2").arg(m_path, what));
+}
+
 Status SqliteStore::exec(const char* sql)
 {
-    if (sqlite3_exec(m_db, sql, nullptr, nullptr, nullptr) != SQLITE_OK)
+    if (sqlite3_exec(m_db.get(), sql, nullptr, nullptr, nullptr) != SQLITE_OK)
         return error(QStringLiteral("Data file %1").arg(m_path));
     return Status::ok();
 }
@@ -171,20 +227,20 @@ Status SqliteStore::exec(const QString& sql)
     return exec(sql.toUtf8().constData());
 }
 
-sqlite3_stmt* SqliteStore::prepare(const QString& sql, Status& status)
+SqliteStore::Statement SqliteStore::prepare(const QString& sql, Status& status)
 {
     sqlite3_stmt* statement = nullptr;
     const QByteArray utf8 = sql.toUtf8();
-    if (sqlite3_prepare_v2(m_db, utf8.constData(), int(utf8.size()), &statement, nullptr) != SQLITE_OK) {
+    if (sqlite3_prepare_v2(m_db.get(), utf8.constData(), int(utf8.size()), &statement, nullptr) != SQLITE_OK) {
         status = error(QStringLiteral("Data file %1").arg(m_path));
         return nullptr;
     }
-    return statement;
+    return Statement(statement);
 }
 
 Status SqliteStore::initialize()
 {
-    sqlite3_busy_timeout(m_db, 2000);
+    sqlite3_busy_timeout(m_db.get(), 2000);
     // The rollback journal keeps every committed change in the data file itself. Reading through a memory
     // map spares copying every page when the whole file is loaded at open.
     if (Status s = exec("PRAGMA journal_mode=DELETE; PRAGMA synchronous=FULL; PRAGMA mmap_size=268435456;"); !s.isOk())
@@ -194,10 +250,10 @@ Status SqliteStore::initialize()
     QSet<QString> tables;
     {
         Statement st {prepare(QStringLiteral("SELECT name FROM sqlite_master WHERE type='table'"), status)};
-        if (!st.s)
+        if (!st)
             return status;
-        while (sqlite3_step(st.s) == SQLITE_ROW)
-            tables.insert(textColumn(st.s, 0));
+        while (sqlite3_step(st.get()) == SQLITE_ROW)
+            tables.insert(textColumn(st.get(), 0));
     }
     if (!tables.isEmpty() && !tables.contains(QStringLiteral("vyro_store")))
         return Status::corruption(QStringLiteral("%1 is an SQLite file but not a Vyro data file").arg(m_path));
@@ -220,12 +276,14 @@ Status SqliteStore::initialize()
             return fail(s);
     } else {
         Statement st {prepare(QStringLiteral("SELECT uuid, format FROM vyro_store WHERE id = 1"), status)};
-        if (!st.s)
+        if (!st)
             return fail(status);
-        if (sqlite3_step(st.s) != SQLITE_ROW)
-            return fail(Status::corruption(QStringLiteral("%1 has no store identifier").arg(m_path)));
-        m_uuid = textColumn(st.s, 0);
-        format = sqlite3_column_int(st.s, 1);
+        if (sqlite3_step(st.get()) != SQLITE_ROW || sqlite3_column_type(st.get(), 0) != SQLITE_TEXT || sqlite3_column_bytes(st.get(), 0) == 0)
+            return fail(damaged(QStringLiteral("table vyro_store: no store identifier")));
+        if (sqlite3_column_type(st.get(), 1) != SQLITE_INTEGER || sqlite3_column_int64(st.get(), 1) < 1)
+            return fail(damaged(QStringLiteral("table vyro_store: the file format is not a version number")));
+        m_uuid = textColumn(st.get(), 0);
+        format = sqlite3_column_int(st.get(), 1);
         if (format > kFileFormat)
             return fail(Status::invalidArgument(QStringLiteral("%1 was written by a newer Vyro").arg(m_path)));
     }
@@ -248,10 +306,10 @@ Status SqliteStore::initialize()
         QSet<QString> existing;
         {
             Statement st {prepare(QStringLiteral("PRAGMA table_info(%1)").arg(quoted(entity->name())), status)};
-            if (!st.s)
+            if (!st)
                 return fail(status);
-            while (sqlite3_step(st.s) == SQLITE_ROW)
-                existing.insert(textColumn(st.s, 1));
+            while (sqlite3_step(st.get()) == SQLITE_ROW)
+                existing.insert(textColumn(st.get(), 1));
         }
         for (const StoredColumn& c : storedColumns(*entity))
             if (!existing.contains(c.name))
@@ -273,29 +331,37 @@ Status SqliteStore::initialize()
 
 Status SqliteStore::readPacked(const EntityDescription& entity, const PackedValues& packed, qint64 maxKey, StoredBlocks& blocks)
 {
-    blocks.assign(packed.attributes().size(), {});
+    blocks.clear();
+    blocks.resize(packed.attributes().size());
     Status status;
     Statement st {prepare(QStringLiteral("SELECT attribute, block, data FROM vyro_packed WHERE entity = ?1"), status)};
-    if (!st.s)
+    if (!st)
         return status;
     const QByteArray name = entity.name().toUtf8();
-    sqlite3_bind_text(st.s, 1, name.constData(), int(name.size()), SQLITE_TRANSIENT);
+    sqlite3_bind_text(st.get(), 1, name.constData(), int(name.size()), SQLITE_TRANSIENT);
     int rc;
-    while ((rc = sqlite3_step(st.s)) == SQLITE_ROW) {
-        const QString attributeName = textColumn(st.s, 0);
+    while ((rc = sqlite3_step(st.get())) == SQLITE_ROW) {
+        const QString attributeName = textColumn(st.get(), 0);
         const int attribute = entity.attributeIndex(attributeName);
         const int index = attribute < 0 ? -1 : packed.indexOf(attribute);
         // Values of an attribute the model no longer packs (or no longer has) are not read.
         if (index < 0)
             continue;
-        const qint64 block = sqlite3_column_int64(st.s, 1);
-        auto stored = PackedBlock::decode(sqlite3_column_blob(st.s, 2), sqlite3_column_bytes(st.s, 2));
-        if (!stored || block < 0 || block > PackedBlock::blockOfKey(maxKey))
-            return Status::corruption(QStringLiteral("%1: the stored %2 of %3 block %4 are damaged").arg(m_path, attributeName, entity.name()).arg(block));
+        const bool numbered = sqlite3_column_type(st.get(), 1) == SQLITE_INTEGER; // asked first: reading converts
+        const qint64 block = sqlite3_column_int64(st.get(), 1);
+        const QString which = QStringLiteral("the packed block %1 of %2.%3").arg(textColumn(st.get(), 1), entity.name(), attributeName);
+        if (!numbered || block < 0)
+            return damaged(which + QStringLiteral(" has no block number"));
+        if (block > PackedBlock::blockOfKey(maxKey))
+            return damaged(which + QStringLiteral(" lies past the key counter (%1)").arg(maxKey));
+        const bool blob = sqlite3_column_type(st.get(), 2) == SQLITE_BLOB; // asked first: reading converts
+        auto stored = blob ? PackedBlock::decode(sqlite3_column_blob(st.get(), 2), sqlite3_column_bytes(st.get(), 2)) : std::nullopt;
+        if (!stored)
+            return damaged(which + QStringLiteral(" does not decode"));
         auto& list = blocks[size_t(index)];
         if (size_t(block) >= list.size())
             list.resize(size_t(block) + 1);
-        list[size_t(block)] = *stored;
+        list[size_t(block)] = std::make_unique<PackedBlock>(*stored);
     }
     if (rc != SQLITE_DONE)
         return error(QStringLiteral("Reading %1 from %2").arg(entity.name(), m_path));
@@ -311,7 +377,7 @@ Status SqliteStore::writePacked(const EntityDescription& entity, int attribute, 
         m_removeBlock = prepare(QStringLiteral("DELETE FROM vyro_packed WHERE entity = ?1 AND attribute = ?2 AND block = ?3"), status);
     if (!m_writeBlock || !m_removeBlock)
         return status;
-    sqlite3_stmt* st = values.isEmpty() ? m_removeBlock : m_writeBlock;
+    sqlite3_stmt* st = values.isEmpty() ? m_removeBlock.get() : m_writeBlock.get();
     const QByteArray entityName = entity.name().toUtf8();
     const QByteArray attributeName = entity.attributes()[size_t(attribute)].name.toUtf8();
     sqlite3_bind_text(st, 1, entityName.constData(), int(entityName.size()), SQLITE_TRANSIENT);
@@ -336,13 +402,13 @@ Status SqliteStore::packColumn(const EntityDescription& entity, int attribute)
     const QString column = quoted(entity.attributes()[size_t(attribute)].name);
     {
         Statement st {prepare(QStringLiteral("SELECT pk, %1 FROM %2 WHERE %1 IS NOT NULL ORDER BY pk").arg(column, quoted(entity.name())), status)};
-        if (!st.s)
+        if (!st)
             return status;
         PackedBlock values;
         qint64 block = -1;
         int rc;
-        while ((rc = sqlite3_step(st.s)) == SQLITE_ROW) {
-            const qint64 key = sqlite3_column_int64(st.s, 0);
+        while ((rc = sqlite3_step(st.get())) == SQLITE_ROW) {
+            const qint64 key = sqlite3_column_int64(st.get(), 0);
             if (PackedBlock::blockOfKey(key) != block) {
                 if (block >= 0)
                     if (Status s = writePacked(entity, attribute, block, values); !s.isOk())
@@ -350,7 +416,7 @@ Status SqliteStore::packColumn(const EntityDescription& entity, int attribute)
                 values = PackedBlock();
                 block = PackedBlock::blockOfKey(key);
             }
-            values.set(int(key - PackedBlock::firstKey(block)), Value::integer(sqlite3_column_int64(st.s, 1)));
+            values.set(int(key - PackedBlock::firstKey(block)), Value::integer(sqlite3_column_int64(st.get(), 1)));
         }
         if (rc != SQLITE_DONE)
             return error(QStringLiteral("Reading %1 from %2").arg(entity.name(), m_path));
@@ -373,24 +439,34 @@ Status SqliteStore::loadInto(ObjectContext& context)
 
     {
         Statement st {prepare(QStringLiteral("SELECT entity, maxkey FROM vyro_keys"), status)};
-        if (!st.s)
+        if (!st)
             return status;
-        while (sqlite3_step(st.s) == SQLITE_ROW)
-            if (const EntityDescription* e = m_model.entity(textColumn(st.s, 0)))
-                context.recordsOf(*e).maxKey = sqlite3_column_int64(st.s, 1);
+        while (sqlite3_step(st.get()) == SQLITE_ROW) {
+            const EntityDescription* e = m_model.entity(textColumn(st.get(), 0));
+            if (!e)
+                continue;
+            const bool whole = sqlite3_column_type(st.get(), 1) == SQLITE_INTEGER; // asked first: reading converts
+            const qint64 counter = sqlite3_column_int64(st.get(), 1);
+            if (!whole || counter < 0 || counter > kMaxKey)
+                return damaged(QStringLiteral("the key counter of %1 holds %2, not a key").arg(e->name(), textColumn(st.get(), 1)));
+            context.recordsOf(*e).maxKey = counter;
+        }
     }
 
+    // Keys are dense, so the highest key is a good guess at the number of rows; the file's size bounds
+    // the guess for a counter that is far off.
+    const auto rowsAtMost = size_t(std::max<qint64>(QFileInfo(m_path).size() / 16, 1024));
     for (const auto& entityPtr : m_model.entities()) {
         const EntityDescription& entity = *entityPtr;
         const std::vector<StoredColumn> columns = storedColumns(entity);
         Statement st {prepare(QStringLiteral("SELECT pk, %1 FROM %2 ORDER BY pk").arg(columnList(columns), quoted(entity.name())), status)};
-        if (!st.s)
+        if (!st)
             return status;
         auto& bucket = context.recordsOf(entity);
-        // Keys are dense, so the highest key is a good guess at the number of rows.
-        bucket.byKey.reserve(size_t(bucket.maxKey));
-        bucket.records.reserve(size_t(bucket.maxKey));
-        links.reserve(links.size() + size_t(bucket.maxKey) * size_t(entity.toOneCount()));
+        const size_t expected = std::min(size_t(bucket.maxKey), rowsAtMost);
+        bucket.byKey.reserve(expected);
+        bucket.records.reserve(expected);
+        links.reserve(links.size() + expected * size_t(entity.toOneCount()));
         // The packed values are read first and handed to each record as its row is read, while the
         // record is at hand.
         StoredBlocks packedBlocks;
@@ -401,23 +477,39 @@ Status SqliteStore::loadInto(ObjectContext& context)
         if (bucket.packed)
             for (int attribute : bucket.packed->attributes())
                 packedFlag.push_back(entity.attributes()[size_t(attribute)].type == AttributeType::Bool);
+        auto where = [&](qint64 key, const QString& column) {
+            return QStringLiteral("table %1, row %2, column %3").arg(entity.name()).arg(key).arg(column);
+        };
         int rc;
-        while ((rc = sqlite3_step(st.s)) == SQLITE_ROW) {
-            const qint64 key = sqlite3_column_int64(st.s, 0);
+        while ((rc = sqlite3_step(st.get())) == SQLITE_ROW) {
+            const qint64 key = sqlite3_column_int64(st.get(), 0);
+            if (key < 1)
+                return damaged(QStringLiteral("table %1, row %2: keys begin at 1").arg(entity.name()).arg(key));
+            if (key > bucket.maxKey)
+                return damaged(QStringLiteral("table %1, row %2: the key is above the key counter (%3)").arg(entity.name()).arg(key).arg(bucket.maxKey));
             Record* record = context.adopt(entity.makeRecord(), key);
             record->m_savedInStore = true;
             for (size_t c = 0; c < columns.size(); ++c) {
                 const int column = int(c) + 1;
-                if (columns[c].relationship < 0)
-                    record->loadValue(columns[c].bit, valueColumn(st.s, column, entity.attributes()[size_t(columns[c].bit)].type));
-                else if (sqlite3_column_type(st.s, column) != SQLITE_NULL)
-                    links.push_back({record, columns[c].relationship, sqlite3_column_int64(st.s, column)});
+                if (columns[c].relationship < 0) {
+                    const AttributeType type = entity.attributes()[size_t(columns[c].bit)].type;
+                    Value value;
+                    if (!valueColumn(st.get(), column, type, value))
+                        return damaged(where(key, columns[c].name)
+                                       + QStringLiteral(": %1 where %2 belongs").arg(QLatin1String(kindOfColumn(st.get(), column)), QLatin1String(nameOfType(type))));
+                    record->loadValue(columns[c].bit, std::move(value));
+                } else if (const int kind = sqlite3_column_type(st.get(), column); kind != SQLITE_NULL) {
+                    if (kind != SQLITE_INTEGER)
+                        return damaged(where(key, columns[c].name)
+                                       + QStringLiteral(": %1 where a key belongs").arg(QLatin1String(kindOfColumn(st.get(), column))));
+                    links.push_back({record, columns[c].relationship, sqlite3_column_int64(st.get(), column)});
+                }
             }
             const auto block = size_t(PackedBlock::blockOfKey(key));
             for (size_t i = 0; i < packedBlocks.size(); ++i) {
-                if (block >= packedBlocks[i].size())
+                if (block >= packedBlocks[i].size() || !packedBlocks[i][block])
                     continue;
-                Value v = packedBlocks[i][block].value(int(key - PackedBlock::firstKey(qint64(block))));
+                Value v = packedBlocks[i][block]->value(int(key - PackedBlock::firstKey(qint64(block))));
                 if (v.isNull())
                     continue;
                 const int attribute = bucket.packed->attributes()[i];
@@ -429,16 +521,21 @@ Status SqliteStore::loadInto(ObjectContext& context)
         }
         if (rc != SQLITE_DONE)
             return error(QStringLiteral("Reading %1 from %2").arg(entity.name(), m_path));
-        bucket.maxKey = std::max(bucket.maxKey, bucket.byKey.empty() ? 0 : bucket.records.back()->primaryKey());
     }
 
+    // A link to a row that does not exist is damage: saves write a row and the links to it together,
+    // and a deletion clears every link to the row it removes.
     for (const PendingLink& link : links) {
         const auto& rel = link.record->entity().relationships()[size_t(link.relationship)];
         const auto& targets = context.recordsOf(*rel.destination).byKey;
         auto it = targets.find(link.targetKey);
-        // A link to a row that is gone reads as no link rather than failing the whole file.
-        if (it != targets.end())
-            link.record->linkToOne(link.relationship, it->second);
+        if (it == targets.end())
+            return damaged(QStringLiteral("table %1, row %2, column %3: no %4 has the key %5")
+                               .arg(link.record->entity().name())
+                               .arg(link.record->primaryKey())
+                               .arg(rel.name, rel.destination->name())
+                               .arg(link.targetKey));
+        link.record->linkToOne(link.relationship, it->second);
     }
     return Status::ok();
 }
@@ -446,11 +543,11 @@ Status SqliteStore::loadInto(ObjectContext& context)
 QVariantMap SqliteStore::metadata() const
 {
     QVariantMap out;
-    sqlite3_stmt* st = nullptr;
-    if (sqlite3_prepare_v2(m_db, "SELECT key, value FROM vyro_metadata", -1, &st, nullptr) == SQLITE_OK)
-        while (sqlite3_step(st) == SQLITE_ROW)
-            out.insert(textColumn(st, 0), variantColumn(st, 1));
-    sqlite3_finalize(st);
+    sqlite3_stmt* raw = nullptr;
+    sqlite3_prepare_v2(m_db.get(), "SELECT key, value FROM vyro_metadata", -1, &raw, nullptr);
+    const Statement st(raw);
+    while (st && sqlite3_step(st.get()) == SQLITE_ROW)
+        out.insert(textColumn(st.get(), 0), variantColumn(st.get(), 1));
     out.insert(QLatin1String(kStoreUUIDKey), m_uuid);
     return out;
 }
@@ -462,25 +559,25 @@ Status SqliteStore::setMetadata(const QVariantMap& metadata)
     Status status = exec("DELETE FROM vyro_metadata");
     if (status.isOk()) {
         Statement st {prepare(QStringLiteral("INSERT INTO vyro_metadata(key, value) VALUES (?, ?)"), status)};
-        for (auto it = metadata.begin(); st.s && it != metadata.end(); ++it) {
+        for (auto it = metadata.begin(); st && it != metadata.end(); ++it) {
             if (it.key() == QLatin1String(kStoreUUIDKey))
                 continue;
             const QByteArray key = it.key().toUtf8();
-            sqlite3_bind_text(st.s, 1, key.constData(), int(key.size()), SQLITE_TRANSIENT);
+            sqlite3_bind_text(st.get(), 1, key.constData(), int(key.size()), SQLITE_TRANSIENT);
             const QVariant& v = it.value();
             if (v.typeId() == QMetaType::Int || v.typeId() == QMetaType::LongLong || v.typeId() == QMetaType::Bool)
-                sqlite3_bind_int64(st.s, 2, v.toLongLong());
+                sqlite3_bind_int64(st.get(), 2, v.toLongLong());
             else if (v.typeId() == QMetaType::Double)
-                sqlite3_bind_double(st.s, 2, v.toDouble());
+                sqlite3_bind_double(st.get(), 2, v.toDouble());
             else {
                 const QByteArray text = v.toString().toUtf8();
-                sqlite3_bind_text(st.s, 2, text.constData(), int(text.size()), SQLITE_TRANSIENT);
+                sqlite3_bind_text(st.get(), 2, text.constData(), int(text.size()), SQLITE_TRANSIENT);
             }
-            if (sqlite3_step(st.s) != SQLITE_DONE) {
+            if (sqlite3_step(st.get()) != SQLITE_DONE) {
                 status = error(QStringLiteral("Writing the metadata of %1").arg(m_path));
                 break;
             }
-            sqlite3_reset(st.s);
+            sqlite3_reset(st.get());
         }
     }
     if (!status.isOk()) {
@@ -494,32 +591,27 @@ Result<QVariantMap> SqliteStore::metadataForStoreAt(const QString& path)
 {
     if (!QFileInfo::exists(path))
         return Status::notFound(QStringLiteral("No data file at %1").arg(path));
-    sqlite3* db = nullptr;
-    const int rc = sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr);
+    sqlite3* raw = nullptr;
+    const int rc = sqlite3_open_v2(QFile::encodeName(path).constData(), &raw, SQLITE_OPEN_READONLY, nullptr);
+    const Connection db(raw);
+    if (rc != SQLITE_OK)
+        return Status::ioError(QStringLiteral("Cannot read %1").arg(path));
+    auto prepare = [&db](const char* sql) {
+        sqlite3_stmt* statement = nullptr;
+        return sqlite3_prepare_v2(db.get(), sql, -1, &statement, nullptr) == SQLITE_OK ? Statement(statement) : Statement();
+    };
+    const Statement probe = prepare("SELECT name FROM sqlite_master WHERE type='table' AND name='vyro_metadata'");
+    if (!probe)
+        return Status::corruption(QStringLiteral("%1 is not an SQLite file: %2").arg(path, QString::fromUtf8(sqlite3_errmsg(db.get()))));
     QVariantMap out;
-    Status status;
-    sqlite3_stmt* st = nullptr;
-    if (rc != SQLITE_OK) {
-        status = Status::ioError(QStringLiteral("Cannot read %1").arg(path));
-    } else if (sqlite3_prepare_v2(db, "SELECT name FROM sqlite_master WHERE type='table' AND name='vyro_metadata'", -1, &st, nullptr) != SQLITE_OK) {
-        status = Status::corruption(QStringLiteral("%1 is not an SQLite file: %2").arg(path, QString::fromUtf8(sqlite3_errmsg(db))));
-    } else {
-        const bool hasMetadata = sqlite3_step(st) == SQLITE_ROW;
-        sqlite3_finalize(st);
-        st = nullptr;
-        if (hasMetadata && sqlite3_prepare_v2(db, "SELECT key, value FROM vyro_metadata", -1, &st, nullptr) == SQLITE_OK)
-            while (sqlite3_step(st) == SQLITE_ROW)
-                out.insert(textColumn(st, 0), variantColumn(st, 1));
-        sqlite3_finalize(st);
-        st = nullptr;
-        if (hasMetadata && sqlite3_prepare_v2(db, "SELECT uuid FROM vyro_store WHERE id = 1", -1, &st, nullptr) == SQLITE_OK
-            && sqlite3_step(st) == SQLITE_ROW)
-            out.insert(QLatin1String(kStoreUUIDKey), textColumn(st, 0));
-    }
-    sqlite3_finalize(st);
-    sqlite3_close(db);
-    if (!status.isOk())
-        return status;
+    if (sqlite3_step(probe.get()) != SQLITE_ROW)
+        return out;
+    const Statement values = prepare("SELECT key, value FROM vyro_metadata");
+    while (values && sqlite3_step(values.get()) == SQLITE_ROW)
+        out.insert(textColumn(values.get(), 0), variantColumn(values.get(), 1));
+    const Statement uuid = prepare("SELECT uuid FROM vyro_store WHERE id = 1");
+    if (uuid && sqlite3_step(uuid.get()) == SQLITE_ROW)
+        out.insert(QLatin1String(kStoreUUIDKey), textColumn(uuid.get(), 0));
     return out;
 }
 
@@ -569,15 +661,16 @@ sqlite3_stmt* SqliteStore::updateStatement(const EntityDescription& entity, Stat
 {
     for (const auto& [mask, statement] : statements.updates)
         if (mask == columns)
-            return statement;
+            return statement.get();
     QStringList assignments;
     for (const StoredColumn& c : storedColumns(entity))
         if (columns & (std::uint64_t(1) << c.bit))
             assignments << quoted(c.name) + QStringLiteral(" = ?");
-    sqlite3_stmt* statement = prepare(QStringLiteral("UPDATE %1 SET %2 WHERE pk = ?").arg(quoted(entity.name()), assignments.join(QStringLiteral(", "))), status);
-    if (statement)
-        statements.updates.emplace_back(columns, statement);
-    return statement;
+    Statement statement = prepare(QStringLiteral("UPDATE %1 SET %2 WHERE pk = ?").arg(quoted(entity.name()), assignments.join(QStringLiteral(", "))), status);
+    if (!statement)
+        return nullptr;
+    statements.updates.emplace_back(columns, std::move(statement));
+    return statements.updates.back().second.get();
 }
 
 Status SqliteStore::save(const Changes& changes, const ObjectContext& context)
@@ -626,9 +719,9 @@ Status SqliteStore::save(const Changes& changes, const ObjectContext& context)
         Statements* st = statementsFor(r->entity());
         if (!(ok = st != nullptr))
             break;
-        sqlite3_bind_int64(st->insert, 1, r->primaryKey());
-        bindColumns(st->insert, *r, ~std::uint64_t(0), 2);
-        if (!(ok = run(st->insert, *r)))
+        sqlite3_bind_int64(st->insert.get(), 1, r->primaryKey());
+        bindColumns(st->insert.get(), *r, ~std::uint64_t(0), 2);
+        if (!(ok = run(st->insert.get(), *r)))
             break;
     }
     for (size_t i = 0; ok && i < changes.updated.size(); ++i) {
@@ -648,22 +741,22 @@ Status SqliteStore::save(const Changes& changes, const ObjectContext& context)
         Statements* st = statementsFor(r->entity());
         if (!(ok = st != nullptr))
             break;
-        sqlite3_bind_int64(st->remove, 1, r->primaryKey());
-        ok = run(st->remove, *r);
+        sqlite3_bind_int64(st->remove.get(), 1, r->primaryKey());
+        ok = run(st->remove.get(), *r);
     }
     if (ok)
         ok = (status = savePacked(context)).isOk();
     if (ok && !changes.maxKeys.empty()) {
         Statement st {prepare(QStringLiteral("INSERT OR REPLACE INTO vyro_keys(entity, maxkey) VALUES (?, ?)"), status)};
-        ok = st.s != nullptr;
+        ok = st != nullptr;
         for (size_t i = 0; ok && i < changes.maxKeys.size(); ++i) {
             const QByteArray name = changes.maxKeys[i].first->name().toUtf8();
-            sqlite3_bind_text(st.s, 1, name.constData(), int(name.size()), SQLITE_TRANSIENT);
-            sqlite3_bind_int64(st.s, 2, changes.maxKeys[i].second);
-            ok = sqlite3_step(st.s) == SQLITE_DONE;
+            sqlite3_bind_text(st.get(), 1, name.constData(), int(name.size()), SQLITE_TRANSIENT);
+            sqlite3_bind_int64(st.get(), 2, changes.maxKeys[i].second);
+            ok = sqlite3_step(st.get()) == SQLITE_DONE;
             if (!ok)
                 status = error(QStringLiteral("Saving %1").arg(m_path));
-            sqlite3_reset(st.s);
+            sqlite3_reset(st.get());
         }
     }
     if (ok)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "store/check.h"
+
 #include <QString>
 
 #include <optional>
@@ -37,20 +39,39 @@ template <typename T>
 class Result {
 public:
     Result(T value) : m_value(std::move(value)) {}
-    Result(Status status) : m_status(std::move(status)) { Q_ASSERT(!m_status.isOk()); }
+    // A failure without a reason is a mistake of the caller's; it still reads as a failure.
+    Result(Status status) : m_status(std::move(status))
+    {
+        if (!VYRO_CHECK(!m_status.isOk()))
+            m_status = Status::invalidArgument(QStringLiteral("a failed result without a reason"));
+    }
 
     bool isOk() const { return m_value.has_value(); }
     explicit operator bool() const { return isOk(); }
     const Status& status() const { return m_status; }
-    T& value() & { return *m_value; }
-    const T& value() const& { return *m_value; }
-    T&& value() && { return std::move(*m_value); }
-    T* operator->() { return &*m_value; }
-    const T* operator->() const { return &*m_value; }
-    T& operator*() & { return *m_value; }
-    const T& operator*() const& { return *m_value; }
+    // Reading the value of a failed Result logs its status and aborts, in every build.
+    T& value() & { return checked(); }
+    const T& value() const& { return checked(); }
+    T&& value() && { return std::move(checked()); }
+    T* operator->() { return &checked(); }
+    const T* operator->() const { return &checked(); }
+    T& operator*() & { return checked(); }
+    const T& operator*() const& { return checked(); }
 
 private:
+    T& checked()
+    {
+        if (!m_value) [[unlikely]]
+            vyroResultHasNoValue(m_status);
+        return *m_value;
+    }
+    const T& checked() const
+    {
+        if (!m_value) [[unlikely]]
+            vyroResultHasNoValue(m_status);
+        return *m_value;
+    }
+
     std::optional<T> m_value;
     Status m_status;
 };

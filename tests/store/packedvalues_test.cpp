@@ -182,7 +182,7 @@ TEST_F(PackedValuesTest, ADamagedBlockIsReportedAndTheFileLeftAlone)
     ObjectContext other(managedObjectModel());
     const Status s = other.addSqliteStore(dataFilePath());
     EXPECT_EQ(s.code(), Status::Code::Corruption) << s;
-    EXPECT_TRUE(s.message().contains(QStringLiteral("positionInContext of task block 0 are damaged"))) << s;
+    EXPECT_TRUE(s.message().contains(QStringLiteral("packed block 0 of task.positionInContext does not decode"))) << s;
     EXPECT_FALSE(other.hasStore());
     EXPECT_EQ(fileHash(dataFilePath()), before);
 }

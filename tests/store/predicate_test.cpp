@@ -1,6 +1,7 @@
 #include "support/storefixture.h"
 
 #include "store/predicate.h"
+#include "store/preparedpredicates.h"
 
 // A small world in which every example predicate of the program, and the NULL cases they rely on, can
 // be checked. Flags that a task never had are absent (NULL), not false. Task values are stored as they
