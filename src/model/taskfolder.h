@@ -141,6 +141,36 @@ public:
         return path;
     }
 
+    // Whether pathName() equals `path`, found without building paths: the names are matched from this
+    // folder up, and most folders fail at their own name. For finding a folder by its path among many,
+    // where building every path would cost the square of the depth of a deep chain.
+    bool hasPathName(QStringView path) const
+    {
+        static const QString separator = QStringLiteral(" > ");
+        qsizetype end = path.size();
+        bool matches = false;
+        forEachAncestorOrSelf([&](const Folder& f) {
+            const TaskFolder& base = f;
+            if (base.m_pathKnown) {
+                matches = QStringView(base.m_path) == path.first(end);
+                return false;
+            }
+            const QString name = f.name();
+            if (end < name.size() || path.sliced(end - name.size(), name.size()) != name)
+                return false;
+            end -= name.size();
+            if (!f.parentFolder()) {
+                matches = end == 0;
+                return false;
+            }
+            if (end < separator.size() || path.sliced(end - separator.size(), separator.size()) != separator)
+                return false;
+            end -= separator.size();
+            return true;
+        });
+        return matches;
+    }
+
     // Forgets the known paths of this folder and its subtree: after its name or its parent changed.
     // Costs in proportion to the folders below that know their path, not to the whole subtree.
     void forgetPathNames() const

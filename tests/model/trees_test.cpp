@@ -135,8 +135,15 @@ TEST_F(TreesTest, PathNamesFollowEveryChangeIncludingUndoAndRedo)
 
         auto check = [&](int step) {
             for (Context* c : contexts)
-                if (!c->isDeleted())
-                    ASSERT_EQ(c->pathName(), expectedPath(c, &Context::parentContext)) << "step " << step << " " << c->name();
+                if (!c->isDeleted()) {
+                    const QString expected = expectedPath(c, &Context::parentContext);
+                    // Matched without building the path, before and after it is known.
+                    ASSERT_TRUE(c->hasPathName(expected)) << "step " << step << " " << expected;
+                    ASSERT_FALSE(c->hasPathName(QStringLiteral("x > ") + expected));
+                    ASSERT_FALSE(c->hasPathName(expected.mid(1)));
+                    ASSERT_EQ(c->pathName(), expected) << "step " << step << " " << c->name();
+                    ASSERT_TRUE(c->hasPathName(expected));
+                }
             for (Project* p : projects)
                 if (!p->isDeleted())
                     ASSERT_EQ(p->valueForKey(u"pathName").toString(), expectedPath(p, &Project::parentProject)) << "step " << step << " " << p->name();
