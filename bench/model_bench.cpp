@@ -1,6 +1,8 @@
 // Model benchmarks on a generated data file of 100,000 tasks (--tasks=N for another size): the cached
 // task counters of every context and project, computed from nothing and brought up to date after one
 // change to one task, and the clean-up of a thousand done tasks together with the save that writes it.
+// Besides, on stores of their own: loading a chain of 60,000 nested contexts, and renaming the root of a
+// chain of 2,000.
 //
 //   vyro_model_bench [--tasks=N] [benchmark flags]
 
@@ -15,11 +17,13 @@
 #include "model/project.h"
 #include "model/task.h"
 #include "store/objectcontext.h"
+#include "store/recordjson.h"
 
 #include <benchmark/benchmark.h>
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <algorithm>
@@ -502,6 +506,102 @@ void BM_CleanUpAndSave(benchmark::State& state)
     state.counters["save_ms"] = double(saveNs) / 1e6 / iterations;
 }
 BENCHMARK(BM_CleanUpAndSave)->Unit(benchmark::kMillisecond)->Iterations(5);
+
+// The JSON of `vyro load` for a chain of `depth` contexts, each under the one before, deepest first.
+QByteArray deepChainJson(int depth)
+{
+    QByteArray json = "{\"contexts\": [";
+    for (int i = depth - 1; i >= 0; --i) {
+        json += "{\"uri\": \"c" + QByteArray::number(i) + "\", \"name\": \"Context " + QByteArray::number(i) + "\"";
+        if (i > 0)
+            json += ", \"parentContext\": \"c" + QByteArray::number(i - 1) + "\"";
+        json += i > 0 ? "}, " : "}";
+    }
+    return json + "]}";
+}
+
+// What `vyro load` does with a file holding a chain of 60,000 nested contexts, after the store is
+// open: read the JSON, check the document (no loops), add the records through the tracked setters, save
+// into a fresh data file. Then the deepest context's path is read once.
+void BM_LoadDeepChain(benchmark::State& state)
+{
+    const int depth = int(state.range(0));
+    const QByteArray json = deepChainJson(depth);
+    QTemporaryDir dir;
+    int round = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        const QString path = dir.filePath(QStringLiteral("chain%1.vyrodata").arg(round++));
+        auto ctx = std::make_unique<ObjectContext>(managedObjectModel());
+        if (Status s = ctx->addSqliteStore(path); !s.isOk()) {
+            state.SkipWithError(qPrintable(s.toString()));
+            break;
+        }
+        ctx->undoManager().setEnabled(false);
+        state.ResumeTiming();
+
+        auto document = recordDocumentFromJson(json, ctx->model());
+        std::vector<Record*> created;
+        Status s = document ? importDocument(*ctx, *document, &created) : document.status();
+        if (s.isOk())
+            s = ctx->save();
+        if (!s.isOk()) {
+            state.SkipWithError(qPrintable(s.toString()));
+            break;
+        }
+        benchmark::DoNotOptimize(static_cast<Context*>(created.front())->pathName().size());
+
+        state.PauseTiming();
+        ctx.reset();
+        QFile::remove(path);
+        state.ResumeTiming();
+    }
+    state.counters["contexts"] = depth;
+}
+BENCHMARK(BM_LoadDeepChain)->Arg(60000)->Unit(benchmark::kMillisecond)->Iterations(3);
+
+// Renaming the root of a chain of 2,000 contexts whose path names have all been read, reading the
+// deepest path again, and saving: the paths below are forgotten and worked out again on demand, and the
+// save writes one row. "file_growth" is how many bytes the data file grew by over all renames.
+void BM_RenameRootOfDeepChain(benchmark::State& state)
+{
+    const int depth = int(state.range(0));
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("rename.vyrodata"));
+    auto ctx = std::make_unique<ObjectContext>(managedObjectModel());
+    std::vector<Context*> chain;
+    if (Status s = ctx->addSqliteStore(path); !s.isOk()) {
+        state.SkipWithError(qPrintable(s.toString()));
+        return;
+    }
+    for (int i = 0; i < depth; ++i) {
+        auto* c = ctx->insertNewObject<Context>(QStringLiteral("context"));
+        c->setName(QStringLiteral("Context %1").arg(i));
+        if (!chain.empty())
+            chain.back()->addSubcontextsObject(c);
+        chain.push_back(c);
+    }
+    if (Status s = ctx->save(); !s.isOk()) {
+        state.SkipWithError(qPrintable(s.toString()));
+        return;
+    }
+    const qint64 before = QFileInfo(path).size();
+    int round = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        for (Context* c : chain)
+            benchmark::DoNotOptimize(c->pathName().size());
+        state.ResumeTiming();
+        chain.front()->setName(QStringLiteral("Root %1").arg(round++));
+        benchmark::DoNotOptimize(chain.back()->pathName().size());
+        if (Status s = ctx->save(); !s.isOk()) {
+            state.SkipWithError(qPrintable(s.toString()));
+            break;
+        }
+    }
+    state.counters["file_growth"] = double(QFileInfo(path).size() - before);
+}
+BENCHMARK(BM_RenameRootOfDeepChain)->Arg(2000)->Unit(benchmark::kMillisecond);
 
 } // namespace
 

@@ -212,7 +212,6 @@ Status generateStore(const QString& path, const GeneratorOptions& options, Gener
     Context* pinned = nullptr;
     Context* inbox = ctx.insertNewObject<Context>(QStringLiteral("context"));
     inbox->setName(QStringLiteral("Inbox"));
-    inbox->setPathName(QStringLiteral("Inbox"));
     inbox->setIsInbox(true);
     inbox->setSynchronizable(true);
     auto addContexts = [&](auto&& self, const std::vector<ContextNode>& nodes, Context* parent) -> void {
@@ -220,7 +219,6 @@ Status generateStore(const QString& path, const GeneratorOptions& options, Gener
             auto* c = ctx.insertNewObject<Context>(QStringLiteral("context"));
             const QString name = QString::fromUtf8(node.name);
             c->setName(name);
-            c->setPathName(parent ? parent->pathName() + QStringLiteral(" > ") + name : name);
             c->setIsInbox(false);
             c->setSynchronizable(true);
             c->setParentContext(parent);
@@ -250,7 +248,6 @@ Status generateStore(const QString& path, const GeneratorOptions& options, Gener
             } while (level > 2);
         }
         p->setName(name);
-        p->setPathName(parent ? parent->pathName() + QStringLiteral(" > ") + name : name);
         p->setParentProject(parent);
         // A child takes its parent's active flag when it is made; some are paused on their own later.
         p->setActive(parent ? parent->active() && !random.chance(0.04) : !random.chance(0.05));

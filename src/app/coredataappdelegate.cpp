@@ -4,6 +4,7 @@
 #include "app/datafilepaths.h"
 #include "app/preferences.h"
 #include "model/modelenvironment.h"
+#include "model/parentloops.h"
 #include "model/startupdata.h"
 #include "model/datamodel.h"
 #include "store/datafilelock.h"
@@ -94,11 +95,19 @@ Status CoreData_AppDelegate::loadPersistentStoreCoordinator()
         logLine(QStringLiteral("No SQL store.."));
         if (QFileInfo::exists(m_oldDataFilePath)) {
             logLine(QStringLiteral("...migrating XML store.."));
-            // An XML file that cannot be read is passed over in silence; a new empty store follows.
-            if (auto document = readXmlStore(m_oldDataFilePath)) {
-                writeSqliteStore(*document, m_dataFilePath, managedObjectModel());
-                logLine(QStringLiteral("XML store migrated to SQL store"));
+            // An XML file that cannot be converted stops the start, and no SQL file is made: an empty one
+            // would hide the old data for good, since only a missing SQL file sends us to the XML one.
+            Status converted = Status::ok();
+            if (auto document = readXmlStore(m_oldDataFilePath))
+                converted = writeSqliteStore(*document, m_dataFilePath, managedObjectModel());
+            else
+                converted = document.status();
+            if (!converted.isOk()) {
+                logLine(QStringLiteral("XML store could not be migrated: %1").arg(converted.message()));
+                const QString message = QStringLiteral("The old data file could not be converted and was left as it is: %1").arg(converted.message());
+                return converted.code() == Status::Code::IoError ? Status::ioError(message) : Status::corruption(message);
             }
+            logLine(QStringLiteral("XML store migrated to SQL store"));
         }
     }
 
@@ -106,6 +115,10 @@ Status CoreData_AppDelegate::loadPersistentStoreCoordinator()
     ObjectContext& context = managedObjectContext();
     if (Status s = context.addSqliteStore(m_dataFilePath, std::move(*lock)); !s.isOk())
         return s;
+    // Before anything walks the trees: a walk up a loop of parents would not end.
+    m_repairMessages = breakParentLoops(context);
+    if (!m_repairMessages.isEmpty())
+        context.save(); // a failure shows again at the next save
     return context.setMetadata({{QString::fromLatin1(kStoreVersionKey), QString::fromLatin1(kStoreVersion)}});
 }
 

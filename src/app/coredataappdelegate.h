@@ -4,6 +4,7 @@
 #include "store/status.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -34,7 +35,12 @@ public:
     // Opens the current data file, once per run: takes its lock (a second process gets a Busy status and
     // the file is not touched), converts "Vyro.xml" when there is no "Vyro.sql" yet, opens or creates the
     // SQLite file and marks it "VyroStoreVersion" = "1.1". On failure the run goes on without a store.
+    // A loop of parent folders in the file is broken here and saved; an old XML file that cannot be
+    // converted fails the open with a message that names the record and the value, and no SQL file is
+    // made, so the next start tries again.
     Status loadPersistentStoreCoordinator();
+    // What the opening repaired in the data file, one message per repair for the user; empty mostly.
+    const QStringList& repairMessages() const { return m_repairMessages; }
     bool hasStore() const;
     // The start-up data steps that need no window: the Inbox, "All tasks", no next-action folder, the
     // clean-up pass.
@@ -51,5 +57,6 @@ private:
     DataFolderOverride m_dataFolder;
     QString m_dataFilePath;
     QString m_oldDataFilePath;
+    QStringList m_repairMessages;
     std::unique_ptr<ObjectContext> m_context;
 };

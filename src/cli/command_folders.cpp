@@ -34,13 +34,23 @@ std::vector<Record*> byName(std::vector<Record*> records)
     return records;
 }
 
+// Every folder below `level`, each before its children, as the tree shows them. Trees may be deeper than
+// the call stack: the levels being walked are kept on a stack of our own.
 template <typename Folder, typename Describe>
 void walk(const std::vector<Record*>& level, QJsonArray& out, const Describe& describe)
 {
-    for (Record* r : byName(level)) {
-        auto* folder = static_cast<Folder*>(r);
+    std::vector<std::pair<std::vector<Record*>, size_t>> stack;
+    stack.emplace_back(byName(level), 0);
+    while (!stack.empty()) {
+        auto& [folders, next] = stack.back();
+        if (next == folders.size()) {
+            stack.pop_back();
+            continue;
+        }
+        auto* folder = static_cast<Folder*>(folders[next++]);
         out.append(describe(folder));
-        walk<Folder>(folder->childFolders(), out, describe);
+        if (!folder->childFolders().empty())
+            stack.emplace_back(byName(folder->childFolders()), 0);
     }
 }
 

@@ -138,6 +138,8 @@ std::optional<int> CommandEnvironment::openStore()
     m_delegate = std::make_unique<CoreData_AppDelegate>(*m_preferences, m_dataFolder);
     if (Status s = m_delegate->loadPersistentStoreCoordinator(); !s.isOk())
         return fail(s.message());
+    for (const QString& message : m_delegate->repairMessages())
+        m_err << "vyro: " << message << Qt::endl;
     // Command-line runs are one action each; nothing is to be undone.
     m_delegate->managedObjectContext().undoManager().setEnabled(false);
     m_cleanedUpAtStart = m_delegate->prepareStoreForWork();

@@ -1,7 +1,9 @@
 #include "cli/recordlookup.h"
 
+#include "model/context.h"
 #include "model/modelenvironment.h"
 #include "model/mydateformatter.h"
+#include "model/project.h"
 #include "store/objectcontext.h"
 #include "store/objecturi.h"
 #include "store/record.h"
@@ -19,10 +21,19 @@ Result<Record*> lookupRecord(const ObjectContext& context, const QString& text, 
     if (entity.isEmpty())
         return Status::invalidArgument(QStringLiteral("\"%1\" is not a record URI").arg(text));
     const std::vector<Record*> all = context.allObjects(entity);
-    for (const char* key : {"pathName", "name"}) {
+    // Folders are matched against their path without building it: the paths of a deep chain together
+    // grow with the square of its depth.
+    auto hasPath = [&](const Record* r) {
+        if (entity == QLatin1String("context"))
+            return static_cast<const Context*>(r)->hasPathName(text);
+        if (entity == QLatin1String("project"))
+            return static_cast<const Project*>(r)->hasPathName(text);
+        return r->valueForKey(u"pathName").toString() == text;
+    };
+    for (const bool byPath : {true, false}) {
         std::vector<Record*> found;
         for (Record* r : all)
-            if (r->valueForKey(QString::fromLatin1(key)).toString() == text)
+            if (byPath ? hasPath(r) : r->valueForKey(u"name").toString() == text)
                 found.push_back(r);
         if (found.size() == 1)
             return found.front();

@@ -74,7 +74,7 @@ void ContextArrayController::remove()
     if (!host.confirm(QStringLiteral("Confirmation"), QStringLiteral("Are you sure to delete this context? All tasks will be lost!"),
                       QStringLiteral("Delete"), QStringLiteral("Don't delete")))
         return;
-    store().deleteObject(context);
+    context->deleteWithSubtree();
     store().processPendingChanges();
     m_views.contextTasks().rearrangeObjects();
 }

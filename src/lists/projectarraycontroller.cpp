@@ -54,7 +54,7 @@ void ProjectArrayController::remove()
                                              QStringLiteral("Don't delete"), QStringLiteral("Delete"));
     if (keep)
         return;
-    store().deleteObject(project);
+    project->deleteWithSubtree();
     store().processPendingChanges();
     m_views.projectTasks().rearrangeObjects();
 }

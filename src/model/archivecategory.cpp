@@ -55,9 +55,12 @@ void ArchiveCategory::setName(const QString& value)
 
 void ArchiveCategory::setParentCategory(ArchiveCategory* parent)
 {
-    for (const ArchiveCategory* c = parent; c; c = c->parentCategory())
-        if (c == this)
-            return;
+    // A category under itself would make the tree a loop; such a move is refused.
+    bool loops = false;
+    if (parent)
+        parent->forEachAncestorOrSelf([&](const ArchiveCategory& c) { return !(loops = &c == this); });
+    if (loops)
+        return;
     setToOne(Rel::parentCategory, parent);
 }
 

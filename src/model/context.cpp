@@ -64,17 +64,17 @@ qint64 Context::nextActionTasksCount() const
 void Context::setName(const QString& value)
 {
     setPrimitiveValue(Attr::name, Value::string(value.isEmpty() ? QStringLiteral("New context") : value));
-    computePathNamesForContextAndSubcontexts();
 }
 
 void Context::setParentContext(Context* parent)
 {
     // A context under itself would make the tree a loop; such a move is refused.
-    for (const Context* c = parent; c; c = c->parentContext())
-        if (c == this)
-            return;
+    bool loops = false;
+    if (parent)
+        parent->forEachAncestorOrSelf([&](const Context& c) { return !(loops = &c == this); });
+    if (loops)
+        return;
     setToOne(Rel::parentContext, parent);
-    computePathNamesForContextAndSubcontexts();
 }
 
 std::optional<qint64> Context::displaySpecialIndex() const
@@ -150,6 +150,7 @@ void Context::storeRecordForKey(int relationship, Record* target)
 void Context::describe(EntityDescription& entity)
 {
     VYRO_CONTEXT_ATTRIBUTES(VYRO_ATTRIBUTE_DESCRIPTION)
+    describePathNames<Context>(entity, Attr::name, Rel::parentContext);
     entity.addRelationship({QStringLiteral("parentContext"), QStringLiteral("context"), false, QStringLiteral("subcontexts")});
     // Deleting a context deletes its subtree and every task in it.
     entity.addRelationship({QStringLiteral("subcontexts"), QStringLiteral("context"), true, QStringLiteral("parentContext"), DeleteRule::Cascade});

@@ -11,7 +11,6 @@ class Task;
 
 #define VYRO_CONTEXT_ATTRIBUTES(X)                                                                             \
     X(name, Name, String, custom)                                                                              \
-    X(pathName, PathName, String, plain)                                                                       \
     X(isInbox, IsInbox, Bool, plain)                                                                           \
     X(specialIndex, SpecialIndex, Integer, plain)                                                              \
     X(synchronizable, Synchronizable, Bool, plain)                                                             \
@@ -42,8 +41,13 @@ public:
 
     QString displayName() const { return name(); }
     void setDisplayName(const QString&) {}
+    // " > "-joined names from the root down; derived from the tree, never stored. Predicates, sorts and
+    // valueForKey read it as the key "pathName".
+    using TaskFolder::pathName;
     using TaskFolder::displayPathNameForList;
-    void computePathNamesForContextAndSubcontexts() { computePathNames(); }
+    // The paths here and below are worked out afresh on their next read. Renames and moves see to
+    // that by themselves (the entity's change hooks, also under undo and redo).
+    void computePathNamesForContextAndSubcontexts() { forgetPathNames(); }
     // The tree icon selector: none for a subcontext, -2/-1 for the Inbox over/within its limit, else
     // the stored specialIndex.
     std::optional<qint64> displaySpecialIndex() const;

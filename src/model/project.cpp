@@ -72,17 +72,17 @@ void Project::setDefaultContext(Context* context)
 void Project::setName(const QString& value)
 {
     setPrimitiveValue(Attr::name, Value::string(value.isEmpty() ? QStringLiteral("New project") : value));
-    computePathNamesForProjectAndSubprojects();
 }
 
 void Project::setParentProject(Project* parent)
 {
     // A project under itself would make the tree a loop; such a move is refused.
-    for (const Project* p = parent; p; p = p->parentProject())
-        if (p == this)
-            return;
+    bool loops = false;
+    if (parent)
+        parent->forEachAncestorOrSelf([&](const Project& p) { return !(loops = &p == this); });
+    if (loops)
+        return;
     setToOne(Rel::parentProject, parent);
-    computePathNamesForProjectAndSubprojects();
     // Moving under an inactive project makes the whole moved subtree inactive; moving to the root keeps
     // the project's own flag.
     if (parent)
@@ -101,16 +101,24 @@ void Project::setCompleted(bool value)
     computeCompletedStateForSubprojects();
 }
 
+// Each subproject's setActive would pass the value on to its own subprojects: the whole subtree takes
+// it, walked here without recursion.
 void Project::computeActiveStateForSubprojects()
 {
-    for (Record* child : subprojects())
-        static_cast<Project*>(child)->setActive(active());
+    const Value value = Value::boolean(active());
+    forEachInSubtree([&](Project& p) {
+        if (&p != this)
+            p.setPrimitiveValue(Attr::active, value);
+    });
 }
 
 void Project::computeCompletedStateForSubprojects()
 {
-    for (Record* child : subprojects())
-        static_cast<Project*>(child)->setCompleted(completed());
+    const Value value = Value::boolean(completed());
+    forEachInSubtree([&](Project& p) {
+        if (&p != this)
+            p.setPrimitiveValue(Attr::completed, value);
+    });
 }
 
 std::optional<QStringList> Project::displayDefaultTags() const
@@ -187,6 +195,7 @@ void Project::storeRecordForKey(int relationship, Record* target)
 void Project::describe(EntityDescription& entity)
 {
     VYRO_PROJECT_ATTRIBUTES(VYRO_ATTRIBUTE_DESCRIPTION)
+    describePathNames<Project>(entity, Attr::name, Rel::parentProject);
     // No inverse: a context does not know which projects default to it. The store clears the link when
     // the context is deleted.
     entity.addRelationship({QStringLiteral("defaultContext"), QStringLiteral("context"), false, QString()});

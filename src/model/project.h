@@ -12,7 +12,6 @@ class Task;
 
 #define VYRO_PROJECT_ATTRIBUTES(X)                                                                             \
     X(name, Name, String, custom)                                                                              \
-    X(pathName, PathName, String, plain)                                                                       \
     X(content, Content, String, plain)                                                                         \
     X(active, Active, Bool, custom)                                                                            \
     X(completed, Completed, Bool, custom)                                                                      \
@@ -45,8 +44,13 @@ public:
 
     QString displayName() const { return name(); }
     void setDisplayName(const QString&) {}
+    // " > "-joined names from the root down; derived from the tree, never stored. Predicates, sorts and
+    // valueForKey read it as the key "pathName".
+    using TaskFolder::pathName;
     using TaskFolder::displayPathNameForList;
-    void computePathNamesForProjectAndSubprojects() { computePathNames(); }
+    // The paths here and below are worked out afresh on their next read. Renames and moves see to
+    // that by themselves (the entity's change hooks, also under undo and redo).
+    void computePathNamesForProjectAndSubprojects() { forgetPathNames(); }
     void computeActiveStateForSubprojects();
     void computeCompletedStateForSubprojects();
     std::optional<QStringList> displayDefaultTags() const;

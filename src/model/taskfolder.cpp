@@ -144,13 +144,18 @@ bool countWaitingFoldersInOnePass(const Record& folder, int tasksRelationship, F
         highestKey = std::max(highestKey, r->primaryKey());
     }
     const auto tasks = context->records(*tasksRel.destination);
-    // A folder walk visits its tasks in scattered order, about twice as slow per task as the pass.
-    if (waiting.size() < 2 || waitingTasks * 2 < tasks.size())
+    if (waiting.size() < 2)
         return false;
-    // The folders by primary key, which is dense (each new record takes the next one); a file with keys
-    // far apart is counted folder by folder instead.
-    if (lowestKey < 0 || highestKey > qint64(waiting.size()) * 64 + 4096)
-        return false;
+    // A folder walk visits its tasks in scattered order, about twice as slow per task as the pass. The
+    // folders are ordered by primary key, which is dense (each new record takes the next one); a file
+    // with keys far apart is counted folder by folder instead. Either way every waiting folder is
+    // counted now: were each left to ask for itself, each would look over all folders again.
+    if (waitingTasks * 2 < tasks.size() || lowestKey < 0 || highestKey > qint64(waiting.size()) * 64 + 4096) {
+        for (const Waiting& w : waiting)
+            countFolderTasks(*w.folder, w.folder->toMany(tasksRelationship), queries,
+                             *reinterpret_cast<std::optional<qint64>(*)[kTaskCounterKinds]>(w.counts));
+        return true;
+    }
     std::vector<int> slotOfKey(size_t(highestKey) + 1, -1);
     for (size_t i = 0; i < waiting.size(); ++i)
         slotOfKey[size_t(waiting[i].folder->primaryKey())] = int(i);

@@ -72,6 +72,9 @@ Status importDocument(ObjectContext& context, const RecordDocument& document, st
                 return Status::invalidArgument(QStringLiteral("%1.%2: given twice").arg(r.location, key));
             seen.insert(key);
             const int a = entity.attributeIndex(key);
+            // Derived values (a folder's path name in files of older releases) follow from the others.
+            if (a < 0 && entity.derivedKeyIndex(key) >= 0)
+                continue;
             if (a < 0) {
                 const int rel = entity.relationshipIndex(key);
                 if (rel >= 0 && entity.relationships()[size_t(rel)].toMany)
@@ -116,27 +119,41 @@ Status importDocument(ObjectContext& context, const RecordDocument& document, st
         }
     }
 
-    // A tree relationship (parent of the same entity) must not loop within the document.
-    for (size_t i = 0; i < document.records.size(); ++i) {
-        for (const Link& first : links[i]) {
-            if (first.inDocument < 0)
-                continue;
-            size_t current = i;
-            QSet<size_t> visited {i};
-            while (true) {
-                const Link* next = nullptr;
-                for (const Link& l : links[current])
-                    if (l.relationship == first.relationship && l.inDocument >= 0)
-                        next = &l;
-                if (!next || document.records[size_t(next->inDocument)].entity != document.records[i].entity)
-                    break;
-                current = size_t(next->inDocument);
-                if (visited.contains(current))
-                    return Status::invalidArgument(QStringLiteral("%1.%2: the records form a loop")
-                                                       .arg(document.records[i].location,
-                                                            model.entity(document.records[i].entity)->relationships()[size_t(first.relationship)].name));
-                visited.insert(current);
+    // A tree relationship (parent of the same entity) must not loop within the document. Each record's
+    // chain of parents is followed once: up to a record already cleared, or back into the chain.
+    auto isTreeLink = [&](size_t i, const Link& l) {
+        return l.inDocument >= 0 && document.records[size_t(l.inDocument)].entity == document.records[i].entity;
+    };
+    QSet<int> treeRelationships;
+    for (size_t i = 0; i < links.size(); ++i)
+        for (const Link& l : links[i])
+            if (isTreeLink(i, l))
+                treeRelationships.insert(l.relationship);
+    for (int rel : treeRelationships) {
+        auto parentOf = [&](size_t i) -> qsizetype {
+            for (const Link& l : links[i])
+                if (l.relationship == rel && isTreeLink(i, l))
+                    return l.inDocument;
+            return -1;
+        };
+        enum : char { Unseen, InChain, Cleared };
+        std::vector<char> state(document.records.size(), Unseen);
+        std::vector<size_t> chain;
+        for (size_t i = 0; i < document.records.size(); ++i) {
+            chain.clear();
+            qsizetype current = qsizetype(i);
+            while (current >= 0 && state[size_t(current)] == Unseen) {
+                state[size_t(current)] = InChain;
+                chain.push_back(size_t(current));
+                current = parentOf(size_t(current));
             }
+            if (current >= 0 && state[size_t(current)] == InChain) {
+                const DocumentRecord& r = document.records[size_t(current)];
+                return Status::invalidArgument(QStringLiteral("%1.%2: the records form a loop")
+                                                   .arg(r.location, model.entity(r.entity)->relationships()[size_t(rel)].name));
+            }
+            for (size_t c : chain)
+                state[c] = Cleared;
         }
     }
 

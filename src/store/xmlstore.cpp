@@ -70,12 +70,13 @@ Result<RecordDocument> readXmlStore(const QString& path)
         if (xml.name() != QLatin1String("record"))
             return Status::corruption(QStringLiteral("%1: unexpected element <%2>").arg(here(), xml.name()));
         DocumentRecord record;
-        record.location = here();
         record.entity = xml.attributes().value(QLatin1String("entity")).toString();
         record.id = xml.attributes().value(QLatin1String("id")).toString();
+        // Messages name the record by its line, entity and id, and the value by its line and name.
+        record.location = QStringLiteral("%1 (%2 \"%3\")").arg(here(), record.entity, record.id);
         while (xml.readNextStartElement()) {
             const QString name = xml.attributes().value(QLatin1String("name")).toString();
-            const QString where = here() + QStringLiteral(" (") + name + QLatin1Char(')');
+            const QString where = QStringLiteral("%1 (%2 \"%3\", %4)").arg(here(), record.entity, record.id, name);
             if (xml.name() == QLatin1String("attribute")) {
                 const QString type = xml.attributes().value(QLatin1String("type")).toString();
                 const QString text = xml.readElementText();

@@ -97,19 +97,53 @@ TEST(CoreDataAppDelegate, AnOldXmlDataFileIsConvertedOnceAndKept)
     EXPECT_EQ(second.contexts, 2);
 }
 
-TEST(CoreDataAppDelegate, AnUnreadableXmlFileGivesAnEmptyStoreWithoutAMessage)
+// An old data file that cannot be converted stops the start with a message that names the record and the
+// value; the XML file stays and no SQL file appears over it, so the next start (after a fix) converts it.
+TEST(CoreDataAppDelegate, AnXmlFileThatCannotBeConvertedStopsTheStartAndIsTriedAgain)
 {
-    QTemporaryDir dir;
-    const QString folder = dir.filePath(QStringLiteral("Vyro"));
-    QDir().mkpath(folder);
-    QFile xml(folder + QStringLiteral("/Vyro.xml"));
-    ASSERT_TRUE(xml.open(QIODevice::WriteOnly));
-    xml.write("this is not xml");
-    xml.close();
-    const StartResult result = start(folder, dir.filePath(QStringLiteral("prefs.ini")));
-    ASSERT_TRUE(result.status.isOk());
-    EXPECT_EQ(result.log, QStringList({"No SQL store..", "...migrating XML store..", "Loading SQL store..."}));
-    EXPECT_EQ(result.contexts, 0);
+    const QByteArray good = R"(<vyro-store version="1.0">
+  <record entity="context" id="c1"><attribute name="name" type="string">Inbox</attribute><attribute name="isInbox" type="bool">true</attribute></record>
+  <record entity="context" id="c2"><attribute name="name" type="string">Calls</attribute><attribute name="pathName" type="string">Inbox &gt; Calls</attribute><relationship name="parentContext" ref="c1"/></record>
+</vyro-store>
+)";
+    struct Case {
+        const char* what;
+        QByteArray xml;
+        QStringList mentions;
+    } cases[] = {
+        {"a flag that is no flag", QByteArray(good).replace(">true<", ">maybe<"), {"context \"c1\"", "isInbox", "\"maybe\""}},
+        {"an unknown attribute", QByteArray(good).replace("name=\"pathName\"", "name=\"colour\""), {"context \"c2\"", "colour"}},
+        {"a link to nothing", QByteArray(good).replace("ref=\"c1\"", "ref=\"c9\""), {"context \"c2\"", "parentContext", "c9"}},
+        {"no XML at all", "this is not xml", {"Vyro.xml"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        QTemporaryDir dir;
+        const QString folder = dir.filePath(QStringLiteral("Vyro"));
+        QDir().mkpath(folder);
+        const QString xmlPath = folder + QStringLiteral("/Vyro.xml");
+        QFile xml(xmlPath);
+        ASSERT_TRUE(xml.open(QIODevice::WriteOnly));
+        xml.write(c.xml);
+        xml.close();
+
+        const StartResult failed = start(folder, dir.filePath(QStringLiteral("prefs.ini")));
+        ASSERT_FALSE(failed.status.isOk());
+        for (const QString& part : c.mentions)
+            EXPECT_TRUE(failed.status.message().contains(part)) << failed.status.message().toStdString() << " lacks " << part.toStdString();
+        ASSERT_EQ(failed.log.size(), 3) << failed.log.join(u'\n').toStdString();
+        EXPECT_TRUE(failed.log[2].startsWith(QStringLiteral("XML store could not be migrated: "))) << failed.log[2].toStdString();
+        EXPECT_FALSE(QFile::exists(folder + QStringLiteral("/Vyro.sql")));
+        EXPECT_TRUE(QFile::exists(xmlPath));
+
+        // Repaired, the same file converts at the next start, its stored path names passed over.
+        ASSERT_TRUE(xml.open(QIODevice::WriteOnly));
+        xml.write(good);
+        xml.close();
+        const StartResult next = start(folder, dir.filePath(QStringLiteral("prefs.ini")));
+        ASSERT_TRUE(next.status.isOk()) << next.status.toString().toStdString();
+        EXPECT_EQ(next.contexts, 2);
+    }
 }
 
 TEST(CoreDataAppDelegate, TheCustomFolderPreferenceChoosesTheFile)

@@ -1,6 +1,9 @@
 // Black-box tests: the real `vyro` binary on temporary data folders.
 
+#include "model/context.h"
 #include "model/datamodel.h"
+#include "model/project.h"
+#include "store/objectcontext.h"
 #include "store/datafilelock.h"
 #include "store/sqlitestore.h"
 
@@ -176,7 +179,8 @@ TEST_F(CliTest, LoadThenDumpGivesEverythingBackWithStableURIs)
         for (qsizetype i = 0; i < in.size(); ++i) {
             const QJsonObject a = in[i].toObject(), b = out[i].toObject();
             for (const QString& key : a.keys()) {
-                if (key == QLatin1String("uri"))
+                // A path name in the file is taken as the derived value it is, not stored.
+                if (key == QLatin1String("uri") || key == QLatin1String("pathName"))
                     continue;
                 const QJsonValue expected = a.value(key);
                 const QJsonValue actual = b.value(key);
@@ -551,6 +555,23 @@ QString uriOf(const QJsonObject& dump, const char* array, const QString& name)
     return findByName(dump.value(QLatin1String(array)).toArray(), name).value(QStringLiteral("uri")).toString();
 }
 
+// The contexts of a chain "c0 > c1 > ... > c<depth-1>" in the JSON of `load`, deepest first, so that each
+// context is linked before its parent is; one task in the deepest.
+QByteArray chainJson(int depth)
+{
+    QJsonArray contexts;
+    for (int i = depth - 1; i >= 0; --i) {
+        QJsonObject c {{QStringLiteral("uri"), QStringLiteral("c%1").arg(i)}, {QStringLiteral("name"), QStringLiteral("c%1").arg(i)}};
+        if (i > 0)
+            c.insert(QStringLiteral("parentContext"), QStringLiteral("c%1").arg(i - 1));
+        contexts.append(c);
+    }
+    const QJsonObject task {{QStringLiteral("uri"), QStringLiteral("t")}, {QStringLiteral("name"), QStringLiteral("deep")},
+                            {QStringLiteral("parentContext"), QStringLiteral("c%1").arg(depth - 1)}, {QStringLiteral("archived"), false},
+                            {QStringLiteral("cleanedUp"), false}};
+    return QJsonDocument(QJsonObject {{QStringLiteral("contexts"), contexts}, {QStringLiteral("tasks"), QJsonArray {task}}}).toJson(QJsonDocument::Compact);
+}
+
 } // namespace
 
 TEST_F(CliTest, SetNamesEachRefusedChangeAndSavesNothing)
@@ -777,4 +798,99 @@ TEST_F(CliTest, ArgumentsThatCannotBeUsedSayWhy)
                               QStringLiteral("--to-position"), QStringLiteral("2")});
     EXPECT_EQ(last.exitCode, 0) << last.err.toStdString();
     EXPECT_EQ(taskNames(last.out), QStringList({"Dig", "call", "water"}));
+}
+
+// With the call stack cut to a quarter of a megabyte, a walk that recursed once per level would crash
+// on this chain; nothing here may.
+TEST_F(CliTest, DeepChainsLoadListAndRenameOnASmallStack)
+{
+    constexpr int kDepth = 3000;
+    auto small = [&](QStringList arguments) {
+        QProcess p;
+        p.setProcessEnvironment(environment());
+        p.start(QStringLiteral("/bin/sh"), QStringList {QStringLiteral("-c"), QStringLiteral("ulimit -s 256 && exec \"$0\" \"$@\""), QStringLiteral(VYRO_BINARY),
+                                                        QStringLiteral("--data-dir"), dataDir()} + arguments);
+        EXPECT_TRUE(p.waitForFinished(120000));
+        EXPECT_EQ(p.exitStatus(), QProcess::NormalExit) << arguments.join(u' ').toStdString();
+        const CliRun r {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError())};
+        EXPECT_EQ(r.exitCode, 0) << arguments.join(u' ').toStdString() << ": " << r.err.toStdString();
+        return r;
+    };
+    small({QStringLiteral("load"), writeFile(QStringLiteral("chain.json"), chainJson(kDepth))});
+
+    QStringList names;
+    for (int i = 0; i < kDepth; ++i)
+        names << QStringLiteral("c%1").arg(i);
+    const QJsonArray contexts = QJsonDocument::fromJson(small({QStringLiteral("folders"), QStringLiteral("--contexts")}).out.toUtf8()).object().value(QStringLiteral("contexts")).toArray();
+    ASSERT_EQ(contexts.size(), kDepth + 1); // and the Inbox
+    const QJsonObject root = findByName(contexts, QStringLiteral("c0"), "pathName");
+    const QJsonObject deepest = findByName(contexts, names.join(QStringLiteral(" > ")), "pathName");
+    EXPECT_EQ(root.value(QStringLiteral("pending")).toArray(), QJsonArray({0, 1}));
+    EXPECT_EQ(deepest.value(QStringLiteral("pending")).toArray(), QJsonArray({1, 1}));
+    EXPECT_EQ(deepest.value(QStringLiteral("displayPathNameForList")).toString(), QString(kDepth - 1, u' ') + names.last());
+
+    // A loaded folder is found by its path at once.
+    const CliRun listed = small({QStringLiteral("list"), QStringLiteral("--folder"), names.join(QStringLiteral(" > ")), QStringLiteral("--json")});
+    EXPECT_TRUE(listed.out.contains(QStringLiteral("\"deep\""))) << listed.out.toStdString();
+
+    // Renaming the root renames every path below and rewrites one row: the file does not grow.
+    const qint64 before = QFileInfo(dataFile()).size();
+    small({QStringLiteral("set"), root.value(QStringLiteral("uri")).toString(), QStringLiteral("name=Top")});
+    EXPECT_EQ(QFileInfo(dataFile()).size(), before);
+    names.first() = QStringLiteral("Top");
+    const QJsonArray renamed = QJsonDocument::fromJson(small({QStringLiteral("folders"), QStringLiteral("--contexts")}).out.toUtf8()).object().value(QStringLiteral("contexts")).toArray();
+    EXPECT_FALSE(findByName(renamed, names.join(QStringLiteral(" > ")), "pathName").isEmpty());
+    EXPECT_FALSE(findByName(renamed, QStringLiteral("Top > c1"), "pathName").isEmpty());
+}
+
+// A data file in which parents lead in a circle: the first run cuts each loop once, says so on standard
+// error and in the log, saves the cut, and goes on; later runs have nothing to say.
+TEST_F(CliTest, ALoopOfParentsInTheDataFileIsBrokenAtOpen)
+{
+    QDir().mkpath(dataDir());
+    QString contextUri, projectUri;
+    {
+        ObjectContext store(managedObjectModel());
+        ASSERT_TRUE(store.addSqliteStore(dataFile()).isOk());
+        // a -> b -> c -> a, and a child below them; projects p <-> q. Linked past the setters, which
+        // refuse loops, as a faulty file would hold them.
+        std::vector<Record*> c;
+        for (const char* name : {"a", "b", "c", "below"}) {
+            c.push_back(store.insertNewObject(QStringLiteral("context")));
+            ASSERT_TRUE(c.back()->setValueForKey(u"name", Value::string(QLatin1String(name))).isOk());
+        }
+        c[0]->setToOne(Context::Rel::parentContext, c[1]);
+        c[1]->setToOne(Context::Rel::parentContext, c[2]);
+        c[2]->setToOne(Context::Rel::parentContext, c[0]);
+        c[3]->setToOne(Context::Rel::parentContext, c[2]);
+        Record* p = store.insertNewObject(QStringLiteral("project"));
+        Record* q = store.insertNewObject(QStringLiteral("project"));
+        ASSERT_TRUE(p->setValueForKey(u"name", Value::string(QStringLiteral("p"))).isOk());
+        ASSERT_TRUE(q->setValueForKey(u"name", Value::string(QStringLiteral("q"))).isOk());
+        p->setToOne(Project::Rel::parentProject, q);
+        q->setToOne(Project::Rel::parentProject, p);
+        ASSERT_TRUE(store.save().isOk());
+        contextUri = c[1]->uri();
+        projectUri = q->uri();
+    }
+
+    // Setters walk up the parents: they would never come back from a loop.
+    const CliRun first = vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("set"), contextUri, QStringLiteral("name=bee")});
+    EXPECT_EQ(first.exitCode, 0) << first.err.toStdString();
+    EXPECT_EQ(first.err.split(u'\n', Qt::SkipEmptyParts),
+              QStringList({QStringLiteral("vyro: The data file held a loop of parent folders: the context \"a\" was moved to the top level."),
+                           QStringLiteral("vyro: The data file held a loop of parent folders: the project \"p\" was moved to the top level.")}));
+    QFile log(home.filePath(QStringLiteral("data/Vyro/debug.log")));
+    ASSERT_TRUE(log.open(QIODevice::ReadOnly));
+    EXPECT_EQ(QString::fromUtf8(log.readAll()).count(QStringLiteral("Loop of parent folders: the parent link of")), 2);
+
+    const CliRun second = vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("folders")});
+    EXPECT_EQ(second.exitCode, 0);
+    EXPECT_TRUE(second.err.isEmpty()) << second.err.toStdString();
+    const QJsonObject folders = QJsonDocument::fromJson(second.out.toUtf8()).object();
+    for (const char* path : {"a", "a > c", "a > c > bee", "a > c > below"})
+        EXPECT_FALSE(findByName(folders.value(QStringLiteral("contexts")).toArray(), QLatin1String(path), "pathName").isEmpty()) << path;
+    for (const char* path : {"p", "p > q"})
+        EXPECT_FALSE(findByName(folders.value(QStringLiteral("projects")).toArray(), QLatin1String(path), "pathName").isEmpty()) << path;
+    EXPECT_EQ(vyro({QStringLiteral("--data-dir"), dataDir(), QStringLiteral("set"), projectUri, QStringLiteral("active=false")}).exitCode, 0);
 }

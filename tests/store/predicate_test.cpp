@@ -14,12 +14,10 @@ protected:
         inbox = newContext(QStringLiteral("Inbox"));
         inbox->setIsInbox(true);
         home = newContext(QStringLiteral("Home"));
-        home->setPathName(QStringLiteral("Home"));
-        garden = newContext(QStringLiteral("Garden"), home);
-        garden->setPathName(QString()); // never computed: NULL
+        home->setSyncID(QStringLiteral("home"));
+        garden = newContext(QStringLiteral("Garden"), home); // syncID never set: NULL
         office = newContext(QStringLiteral("Office"));
-        office->setPathName(QStringLiteral(""));
-        inbox->setPathName(QString());
+        office->setSyncID(QStringLiteral(""));
 
         sequence = newProject(QStringLiteral("Sequence"));
         sequence->setHasSingleTasks(false);
@@ -96,7 +94,8 @@ TEST_F(PredicateTest, ExamplesAndNullRules)
         {"project", "name BEGINSWITH[c] %@ AND parentProject==%@ AND active==YES",
          [](PredicateTest& t) { return QList<PredicateArgument> {QStringLiteral("sub"), t.sequence}; }, {"Subsequence"}},
         {"task", "tags <> NULL and tags<>''", none, {"alpha", "delta"}},
-        {"context", "pathName == NULL or pathName == ''", none, {"Garden", "Inbox", "Office"}},
+        {"context", "syncID == NULL or syncID == ''", none, {"Garden", "Inbox", "Office"}},
+        {"context", "pathName == 'Home > Garden' or pathName BEGINSWITH[c] 'off'", none, {"Garden", "Office"}},
         {"task", "(parentProject == NULL) or (parentProject.hasSingleTasks == 1) or (positionInProject == 1)", none, {"alpha", "beta", "delta"}},
         {"task", "syncID==%@", [](PredicateTest&) { return QList<PredicateArgument> {QStringLiteral("sync-a")}; }, {"alpha"}},
         {"task", "name LIKE[c] %@", [](PredicateTest&) { return QList<PredicateArgument> {QStringLiteral("?E*A")}; }, {"beta", "delta"}},

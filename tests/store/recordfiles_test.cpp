@@ -39,7 +39,6 @@ protected:
         home->setSpecialIndex(4);
         Context* garden = newContext(QStringLiteral("Garden"), home);
         Context* shed = newContext(QStringLiteral("Shed"), garden);
-        shed->setPathName(QStringLiteral("Home > Garden > Shed"));
         Project* house = newProject(QStringLiteral("House"));
         house->setDefaultContext(shed);
         house->setHasSingleTasks(false);
