@@ -146,8 +146,11 @@ void TasksArrayController::noteChanges(const ChangeBatch& batch, bool report) co
     }
     if (report)
         m_rows.reportUpdates(std::move(changed));
-    else
+    else {
         m_peeked.insert(m_peeked.end(), m_touched.begin() + qsizetype(before), m_touched.end());
+        std::sort(m_peeked.begin(), m_peeked.end());
+        m_peeked.erase(std::unique(m_peeked.begin(), m_peeked.end()), m_peeked.end());
+    }
 }
 
 void TasksArrayController::arrange() const
@@ -155,7 +158,10 @@ void TasksArrayController::arrange() const
     m_rearrangeAsked = false;
     // Changes made earlier in this event are not in a batch yet.
     noteChanges(store().pendingChanges(), false);
-    if (m_pending == Pending::Whole || contentFolders() != m_arrangedFolders) {
+    // Settled before the rows change, so that an observer reading them meanwhile reads these.
+    const bool whole = m_pending == Pending::Whole || contentFolders() != m_arrangedFolders;
+    m_pending = Pending::None;
+    if (whole) {
         arrangeWhole();
     } else {
         std::sort(m_touched.begin(), m_touched.end());
@@ -166,7 +172,6 @@ void TasksArrayController::arrange() const
             std::erase_if(m_selection, [this](Task* t) { return std::binary_search(m_touched.begin(), m_touched.end(), t) && !shows(t); });
     }
     m_touched.clear();
-    m_pending = Pending::None;
 }
 
 void TasksArrayController::arrangeWhole() const
