@@ -18,8 +18,8 @@ FolderArrayController::~FolderArrayController()
 
 void FolderArrayController::setObserver(ListObserver* observer)
 {
-    m_rows.setObserver(observer);
     rows();
+    m_rows.setObserver(observer);
 }
 
 std::vector<Record*> FolderArrayController::arrangedRecords() const

@@ -27,7 +27,7 @@ public:
 
     ObjectContext& store() const { return m_store; }
     std::vector<Record*> arrangedRecords() const;
-    // The observer of the list's steps (not owned; nullptr: none).
+    // The observer of the list's steps (not owned; nullptr: none); it then reads the rows it starts from.
     void setObserver(ListObserver* observer);
     // The selection in selection order, without folders deleted since.
     std::vector<Record*> selectedRecords() const;

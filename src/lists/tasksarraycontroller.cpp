@@ -84,9 +84,9 @@ const std::vector<Task*>& TasksArrayController::arrangedObjects() const
 
 void TasksArrayController::setObserver(ListObserver* observer)
 {
+    // Arranged first: the observer starts from the rows it then reads.
+    arrangedObjects();
     m_rows.setObserver(observer);
-    if (observer)
-        arrange();
 }
 
 bool TasksArrayController::shows(Task* task) const

@@ -61,7 +61,8 @@ public:
     void setSortDescriptors(QList<SortDescriptor> descriptors);
     void rearrangeObjects();
     const std::vector<Task*>& arrangedObjects() const;
-    // The observer of the arrangement's steps (not owned; nullptr: none). Setting one arranges the list.
+    // The observer of the arrangement's steps (not owned; nullptr: none). The list is arranged before it
+    // is told; the observer then reads the rows it starts from.
     void setObserver(ListObserver* observer);
     ListObserver* observer() const { return m_rows.observer(); }
 
