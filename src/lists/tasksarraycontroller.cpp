@@ -225,42 +225,58 @@ Task* TasksArrayController::selectedObject() const
     return selected.empty() ? nullptr : selected.front();
 }
 
-void TasksArrayController::setSelectedObjects(std::vector<Task*> tasks)
-{
-    const std::vector<Task*>& shown = arrangedObjects();
-    // A few tasks are looked for; many are checked against the rows gathered once.
-    constexpr size_t kFew = 16;
-    if (tasks.size() <= kFew) {
-        std::erase_if(tasks, [&shown](Task* t) { return std::find(shown.begin(), shown.end(), t) == shown.end(); });
-    } else {
-        std::vector<Task*> sorted(shown);
-        std::sort(sorted.begin(), sorted.end());
-        std::erase_if(tasks, [&sorted](Task* t) { return !std::binary_search(sorted.begin(), sorted.end(), t); });
-    }
-    m_selection = std::move(tasks);
-}
-
 namespace {
-// The rows of `rows` that hold a task of `selection`, first (or last) one found.
+// Which tasks are among `tasks`, by primary key: one pass, one bit per key (tasks are all of one
+// entity, so their keys differ).
+class TaskMarks {
+public:
+    explicit TaskMarks(const std::vector<Task*>& tasks)
+    {
+        qint64 most = 0;
+        for (const Task* t : tasks)
+            most = std::max(most, t->primaryKey());
+        m_marks.resize(size_t(most) + 1);
+        for (const Task* t : tasks)
+            m_marks[size_t(t->primaryKey())] = true;
+    }
+    bool contains(const Task* t) const { return size_t(t->primaryKey()) < m_marks.size() && m_marks[size_t(t->primaryKey())]; }
+
+private:
+    std::vector<bool> m_marks;
+};
+
+// The row of `rows` that holds a task of `selection`, first (or last) one found; -1 for none.
 int selectionIndex(const std::vector<Task*>& rows, const std::vector<Task*>& selection, bool first)
 {
     if (selection.empty())
         return -1;
-    std::vector<Task*> sorted(selection);
-    std::sort(sorted.begin(), sorted.end());
-    auto selected = [&sorted](Task* t) { return std::binary_search(sorted.begin(), sorted.end(), t); };
+    const TaskMarks selected(selection);
     if (first) {
         for (size_t i = 0; i < rows.size(); ++i)
-            if (selected(rows[i]))
+            if (selected.contains(rows[i]))
                 return int(i);
     } else {
         for (size_t i = rows.size(); i-- > 0;)
-            if (selected(rows[i]))
+            if (selected.contains(rows[i]))
                 return int(i);
     }
     return -1;
 }
 } // namespace
+
+void TasksArrayController::setSelectedObjects(std::vector<Task*> tasks)
+{
+    const std::vector<Task*>& shown = arrangedObjects();
+    // A few tasks are looked for; many are checked against the rows marked once.
+    constexpr size_t kFew = 16;
+    if (tasks.size() <= kFew) {
+        std::erase_if(tasks, [&shown](Task* t) { return std::find(shown.begin(), shown.end(), t) == shown.end(); });
+    } else {
+        const TaskMarks onShow(shown);
+        std::erase_if(tasks, [&onShow](Task* t) { return !onShow.contains(t); });
+    }
+    m_selection = std::move(tasks);
+}
 
 int TasksArrayController::firstSelectionIndex() const
 {
