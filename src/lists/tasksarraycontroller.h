@@ -29,7 +29,8 @@ struct ChangeBatch;
 // The list follows the store's change batches. Between re-arrangements it reports the rows a batch
 // touched as updated; at a re-arrangement it places again only the tasks touched since the last one
 // (each leaves, comes in at its sorted place, or moves). Only a new predicate, sort or folder
-// selection arranges the whole list again (a reset). Ties in the sort are broken by primary key, so the
+// selection arranges the whole list again (a reset), or more touched tasks than row steps are worth
+// (Arrangement::kMostSteps). Ties in the sort are broken by primary key, so the
 // two ways always agree. A list without an observer re-arranges when it is next read, so lists nobody
 // looks at cost nothing; an observed one at once.
 //
