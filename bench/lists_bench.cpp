@@ -2,7 +2,8 @@
 // predicate rebuilt and its tasks re-arranged, as a mode change or a new search does it. Two views: the
 // context of about 2,000 tasks in the contexts view (sorted by name, and in the user's own order), and
 // the to-complete view with the "All tasks" smart folder (the open tasks, about three quarters of the
-// store) sorted by due date.
+// store) sorted by due date. Then, in that to-complete view with an observer: one task changed, from the
+// setter to the list's reported steps, and every task of the view selected.
 //
 //   vyro_lists_bench [--tasks=N] [benchmark flags]
 
@@ -14,6 +15,7 @@
 #include "lists/contextarraycontroller.h"
 #include "lists/contexttasksarraycontroller.h"
 #include "lists/listhost.h"
+#include "lists/listobserver.h"
 #include "lists/smartfoldersarraycontroller.h"
 #include "lists/tabviewcontroller.h"
 #include "lists/tasktablestate.h"
@@ -21,10 +23,12 @@
 #include "model/datamodel.h"
 #include "model/smartfolder.h"
 #include "model/startupdata.h"
+#include "model/task.h"
 #include "store/objectcontext.h"
 
 #include <QTemporaryDir>
 
+#include <array>
 #include <memory>
 
 namespace {
@@ -78,6 +82,8 @@ void rebuildAndArrange(benchmark::State& state, TasksArrayController& list)
 {
     size_t shown = 0;
     for (auto _ : state) {
+        // Another predicate before: the same one again would only re-arrange the tasks touched since.
+        list.setFilterPredicate(std::nullopt);
         list.updatePredicate();
         shown = list.arrangedObjects().size();
         benchmark::DoNotOptimize(shown);
@@ -120,6 +126,69 @@ void BM_ToCompleteAllTasksByDueDate(benchmark::State& state, int timeMode)
 }
 BENCHMARK_CAPTURE(BM_ToCompleteAllTasksByDueDate, pending, 0)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_ToCompleteAllTasksByDueDate, everything, 4)->Unit(benchmark::kMillisecond);
+
+// The to-complete view as above, time mode 0, sorted by due date.
+AllTasksArrayController* toCompleteView(benchmark::State& state)
+{
+    Fixture* f = fixture(state);
+    if (!f)
+        return nullptr;
+    TabViewController& views = *f->views;
+    for (SmartFolder* folder : views.smartFolderController().arrangedObjects())
+        if (folder->isAllPending())
+            views.smartFolderController().setSelectedFolder(folder);
+    views.tableState(TaskView::ToComplete).sortByColumnsWithIdentifiers({QStringLiteral("duedate")}, {QStringLiteral("1")});
+    views.setModesOverride(TaskView::ToComplete, ViewModes{});
+    views.allTasks().updatePredicate();
+    return &views.allTasks();
+}
+
+struct CountingObserver : ListObserver {
+    void listDidChange(const ListChange& change) override { ++counts[int(change.kind)]; }
+    std::array<long, 5> counts{};
+};
+
+// One task of the view gets another due date, which moves its row: the setter, the closing of the
+// batch (which reports the row updated) and the re-arrangement (which moves it).
+void BM_ToCompleteOneTaskChanged(benchmark::State& state)
+{
+    AllTasksArrayController* list = toCompleteView(state);
+    if (!list)
+        return;
+    CountingObserver observer;
+    list->setObserver(&observer);
+    const std::vector<Task*>& rows = list->arrangedObjects();
+    Task* task = rows[rows.size() / 2];
+    const QDateTime dates[2] = {QDateTime(QDate(2020, 1, 1), QTime(9, 0)), QDateTime(QDate(2040, 1, 1), QTime(9, 0))};
+    ObjectContext& store = list->store();
+    int flip = 0;
+    for (auto _ : state) {
+        task->setDueDate(dates[flip ^= 1]);
+        store.processPendingChanges();
+        list->rearrangeObjects();
+    }
+    list->setObserver(nullptr);
+    state.counters["shown"] = double(list->arrangedObjects().size());
+    state.counters["moves_per_change"] = double(observer.counts[int(ListChange::Kind::Move)]) / double(state.iterations());
+    state.counters["updates_per_change"] = double(observer.counts[int(ListChange::Kind::Update)]) / double(state.iterations());
+    state.counters["resets"] = double(observer.counts[int(ListChange::Kind::Reset)]);
+}
+BENCHMARK(BM_ToCompleteOneTaskChanged)->Unit(benchmark::kMicrosecond);
+
+void BM_ToCompleteSelectAll(benchmark::State& state)
+{
+    AllTasksArrayController* list = toCompleteView(state);
+    if (!list)
+        return;
+    const std::vector<Task*> all = list->arrangedObjects();
+    for (auto _ : state) {
+        list->setSelectedObjects(all);
+        benchmark::DoNotOptimize(list->firstSelectionIndex());
+    }
+    state.counters["selected"] = double(list->selectedObjects().size());
+    list->setSelectedObjects({});
+}
+BENCHMARK(BM_ToCompleteSelectAll)->Unit(benchmark::kMillisecond);
 
 } // namespace
 

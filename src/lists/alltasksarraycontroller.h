@@ -9,6 +9,7 @@ public:
     explicit AllTasksArrayController(TabViewController& views);
 
     std::vector<Task*> content() const override;
+    bool contentContains(const Task&) const override { return true; }
     void updatePredicate() override;
     void taskCountsHasChanged() override;
     QString currentTasksFolderName() const override;

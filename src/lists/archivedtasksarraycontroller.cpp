@@ -8,6 +8,8 @@
 #include "model/task.h"
 #include "store/objectcontext.h"
 
+#include <algorithm>
+
 ArchivedTasksArrayController::ArchivedTasksArrayController(TabViewController& views) : TasksArrayController(views, TaskView::Archive)
 {
 }
@@ -19,6 +21,21 @@ std::vector<Task*> ArchivedTasksArrayController::content() const
         for (Record* r : category->tasks())
             tasks.push_back(static_cast<Task*>(r));
     return tasks;
+}
+
+bool ArchivedTasksArrayController::contentContains(const Task& task) const
+{
+    ArchiveCategory* folder = task.parentArchiveCategory();
+    if (!folder)
+        return false;
+    const std::vector<ArchiveCategory*> folders = viewSwitcher().archiveCategoryController().selectedObjects();
+    return std::find(folders.begin(), folders.end(), folder) != folders.end();
+}
+
+std::vector<Record*> ArchivedTasksArrayController::contentFolders() const
+{
+    const std::vector<ArchiveCategory*> folders = viewSwitcher().archiveCategoryController().selectedObjects();
+    return {folders.begin(), folders.end()};
 }
 
 void ArchivedTasksArrayController::updatePredicate()

@@ -10,6 +10,8 @@ public:
     explicit ArchivedTasksArrayController(TabViewController& views);
 
     std::vector<Task*> content() const override;
+    bool contentContains(const Task& task) const override;
+    std::vector<Record*> contentFolders() const override;
     void updatePredicate() override;
     void taskCountsHasChanged() override;
     QString currentTasksFolderName() const override;

@@ -9,14 +9,26 @@ CompletedTasksArrayController::CompletedTasksArrayController(TabViewController& 
 {
 }
 
+namespace {
+const Predicate& completed()
+{
+    static const Predicate predicate = Predicate::fromFormat(QStringLiteral("done == 1 and archived <> 1"));
+    return predicate;
+}
+} // namespace
+
 std::vector<Task*> CompletedTasksArrayController::content() const
 {
-    static const Predicate completed = Predicate::fromFormat(QStringLiteral("done == 1 and archived <> 1"));
     std::vector<Task*> tasks;
     for (Record* r : store().allObjects(QStringLiteral("task")))
-        if (completed.evaluate(*r))
+        if (completed().evaluate(*r))
             tasks.push_back(static_cast<Task*>(r));
     return tasks;
+}
+
+bool CompletedTasksArrayController::contentContains(const Task& task) const
+{
+    return completed().evaluate(task);
 }
 
 void CompletedTasksArrayController::updatePredicate()

@@ -8,6 +8,7 @@ public:
     explicit CompletedTasksArrayController(TabViewController& views);
 
     std::vector<Task*> content() const override;
+    bool contentContains(const Task& task) const override;
     void updatePredicate() override;
     void taskCountsHasChanged() override;
     QString currentTasksFolderName() const override;

@@ -25,6 +25,21 @@ std::vector<Task*> ContextTasksArrayController::content() const
     return tasks;
 }
 
+bool ContextTasksArrayController::contentContains(const Task& task) const
+{
+    Context* folder = task.parentContext();
+    if (!folder)
+        return false;
+    const std::vector<Context*> folders = viewSwitcher().contextController().selectedObjects();
+    return std::find(folders.begin(), folders.end(), folder) != folders.end();
+}
+
+std::vector<Record*> ContextTasksArrayController::contentFolders() const
+{
+    const std::vector<Context*> folders = viewSwitcher().contextController().selectedObjects();
+    return {folders.begin(), folders.end()};
+}
+
 void ContextTasksArrayController::updatePredicate()
 {
     // "cleanedUp == 0" hides a task whose flag was never set; the project list tests "<>1" on purpose.

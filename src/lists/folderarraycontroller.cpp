@@ -8,13 +8,73 @@
 FolderArrayController::FolderArrayController(ObjectContext& store, QString entityName, QList<SortDescriptor> order)
     : m_store(store), m_entityName(std::move(entityName)), m_order(std::move(order))
 {
+    m_changes = QObject::connect(&m_store, &ObjectContext::objectsDidChange, [this](const ChangeBatch& batch) { place(batch, true); });
+}
+
+FolderArrayController::~FolderArrayController()
+{
+    QObject::disconnect(m_changes);
+}
+
+void FolderArrayController::setObserver(ListObserver* observer)
+{
+    rows();
+    m_rows.setObserver(observer);
 }
 
 std::vector<Record*> FolderArrayController::arrangedRecords() const
 {
-    std::vector<Record*> folders = m_store.allObjects(m_entityName);
-    sortRecords(folders, m_order);
-    return folders;
+    return rows();
+}
+
+const std::vector<Record*>& FolderArrayController::rows() const
+{
+    if (!m_arranged) {
+        m_arranged = true;
+        std::vector<Record*> folders = m_store.allObjects(m_entityName);
+        std::vector<Value> keys;
+        keys.reserve(folders.size() * size_t(m_order.size()));
+        for (Record* r : folders)
+            appendSortKeys(*r, m_order, keys);
+        sortInListOrder(folders, m_order, keys);
+        m_rows.reset(std::move(folders));
+    }
+    // Changes made earlier in this event are not in a batch yet.
+    place(m_store.pendingChanges(), false);
+    return m_rows.rows();
+}
+
+void FolderArrayController::place(const ChangeBatch& batch, bool report) const
+{
+    if (!m_arranged)
+        return;
+    std::vector<Record*> touched;
+    std::vector<std::pair<Record*, std::uint64_t>> changed;
+    auto ours = [this](Record* r) { return r->entity().name() == m_entityName; };
+    for (Record* r : batch.inserted)
+        if (ours(r))
+            touched.push_back(r);
+    for (Record* r : batch.deleted)
+        if (ours(r))
+            touched.push_back(r);
+    for (size_t i = 0; i < batch.updated.size(); ++i)
+        if (ours(batch.updated[i])) {
+            touched.push_back(batch.updated[i]);
+            changed.emplace_back(batch.updated[i], batch.updatedKeys[i]);
+        }
+    if (report) {
+        // A folder seen coming in an earlier look may have gone again before the batch closed.
+        touched.insert(touched.end(), m_peeked.begin(), m_peeked.end());
+        m_peeked.clear();
+        m_rows.reportUpdates(std::move(changed));
+    } else {
+        m_peeked.insert(m_peeked.end(), touched.begin(), touched.end());
+        std::sort(m_peeked.begin(), m_peeked.end());
+        m_peeked.erase(std::unique(m_peeked.begin(), m_peeked.end()), m_peeked.end());
+    }
+    std::sort(touched.begin(), touched.end());
+    touched.erase(std::unique(touched.begin(), touched.end()), touched.end());
+    m_rows.update(touched, [](Record* r) { return !r->isDeleted(); }, m_order);
 }
 
 std::vector<Record*> FolderArrayController::selectedRecords() const
@@ -39,7 +99,7 @@ void FolderArrayController::step(int direction)
     Record* current = firstSelectedRecord();
     if (!current)
         return;
-    const std::vector<Record*> folders = arrangedRecords();
+    const std::vector<Record*>& folders = rows();
     const auto at = std::find(folders.begin(), folders.end(), current);
     if (at == folders.end())
         return;

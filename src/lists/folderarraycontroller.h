@@ -1,23 +1,34 @@
 #pragma once
 
+#include "lists/arrangement.h"
 #include "store/fetchrequest.h"
 
+#include <QMetaObject>
 #include <QString>
 
 #include <vector>
 
 class ObjectContext;
 class Record;
+struct ChangeBatch;
 
 // A flat, sorted list of the folders of one entity with the selection of the folder tree beside it.
 // Stepping wraps around at both ends and does nothing without a selection.
+//
+// The list is always in order: every change batch places again the folders it touched (a folder
+// inserted, deleted, renamed or moved under another one), each with one step told to the observer,
+// after the batch's updates of rows in place. Ties in the order are broken by primary key.
 class FolderArrayController {
 public:
     FolderArrayController(ObjectContext& store, QString entityName, QList<SortDescriptor> order);
-    virtual ~FolderArrayController() = default;
+    virtual ~FolderArrayController();
+    FolderArrayController(const FolderArrayController&) = delete;
+    FolderArrayController& operator=(const FolderArrayController&) = delete;
 
     ObjectContext& store() const { return m_store; }
     std::vector<Record*> arrangedRecords() const;
+    // The observer of the list's steps (not owned; nullptr: none); it then reads the rows it starts from.
+    void setObserver(ListObserver* observer);
     // The selection in selection order, without folders deleted since.
     std::vector<Record*> selectedRecords() const;
     Record* firstSelectedRecord() const;
@@ -30,11 +41,17 @@ public:
 
 private:
     void step(int direction);
+    const std::vector<Record*>& rows() const;
+    void place(const ChangeBatch& batch, bool report) const;
 
     ObjectContext& m_store;
     QString m_entityName;
     QList<SortDescriptor> m_order;
     std::vector<Record*> m_selection;
+    QMetaObject::Connection m_changes;
+    mutable Arrangement<Record> m_rows;
+    mutable std::vector<Record*> m_peeked; // seen in the open batch before it closed
+    mutable bool m_arranged = false;
 };
 
 // The typed face of a folder list.

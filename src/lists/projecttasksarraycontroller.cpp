@@ -10,6 +10,8 @@
 #include "model/project.h"
 #include "model/task.h"
 
+#include <algorithm>
+
 ProjectTasksArrayController::ProjectTasksArrayController(TabViewController& views)
     : NaturalOrderableTasksArrayController(views, TaskView::Projects, QStringLiteral("positionInProject"))
 {
@@ -28,6 +30,21 @@ std::vector<Task*> ProjectTasksArrayController::content() const
         for (Record* r : project->tasks())
             tasks.push_back(static_cast<Task*>(r));
     return tasks;
+}
+
+bool ProjectTasksArrayController::contentContains(const Task& task) const
+{
+    Project* folder = task.parentProject();
+    if (!folder)
+        return false;
+    const std::vector<Project*> folders = viewSwitcher().projectController().selectedObjects();
+    return std::find(folders.begin(), folders.end(), folder) != folders.end();
+}
+
+std::vector<Record*> ProjectTasksArrayController::contentFolders() const
+{
+    const std::vector<Project*> folders = viewSwitcher().projectController().selectedObjects();
+    return {folders.begin(), folders.end()};
 }
 
 void ProjectTasksArrayController::updatePredicate()

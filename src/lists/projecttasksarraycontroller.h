@@ -14,6 +14,8 @@ public:
     void setCompletedMode(bool on);
 
     std::vector<Task*> content() const override;
+    bool contentContains(const Task& task) const override;
+    std::vector<Record*> contentFolders() const override;
     void updatePredicate() override;
     void taskCountsHasChanged() override;
     QString currentTasksFolderName() const override;

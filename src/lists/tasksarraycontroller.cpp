@@ -15,9 +15,13 @@
 
 TasksArrayController::TasksArrayController(TabViewController& views, TaskView view) : m_views(views), m_view(view)
 {
+    m_changes = QObject::connect(&store(), &ObjectContext::objectsDidChange, [this](const ChangeBatch& batch) { noteChanges(batch, true); });
 }
 
-TasksArrayController::~TasksArrayController() = default;
+TasksArrayController::~TasksArrayController()
+{
+    QObject::disconnect(m_changes);
+}
 
 ObjectContext& TasksArrayController::store() const
 {
@@ -46,34 +50,143 @@ QDateTime TasksArrayController::today() const
 
 void TasksArrayController::setFilterPredicate(std::optional<Predicate> predicate)
 {
+    // The same predicate again (a mode set to the value it had) only re-arranges.
+    const bool same = predicate.has_value() == m_filter.has_value() && (!predicate || predicate->predicateFormat() == m_filter->predicateFormat());
     m_filter = std::move(predicate);
+    if (!same)
+        m_pending = Pending::Whole;
     rearrangeObjects();
 }
 
+namespace {
+bool sameSort(const QList<SortDescriptor>& a, const QList<SortDescriptor>& b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const SortDescriptor& x, const SortDescriptor& y) {
+        return x.key() == y.key() && x.ascending == y.ascending && x.comparison == y.comparison && x.nullsLast == y.nullsLast;
+    });
+}
+} // namespace
+
 void TasksArrayController::setSortDescriptors(QList<SortDescriptor> descriptors)
 {
+    if (!sameSort(descriptors, m_sort))
+        m_pending = Pending::Whole;
     m_sort = std::move(descriptors);
     rearrangeObjects();
 }
 
 void TasksArrayController::rearrangeObjects()
 {
-    m_stale = true;
+    m_rearrangeAsked = true;
+    if (m_rows.observer())
+        arrange();
 }
 
 const std::vector<Task*>& TasksArrayController::arrangedObjects() const
 {
-    if (m_stale)
+    if (m_rearrangeAsked || m_pending == Pending::Whole)
         arrange();
-    return m_arranged;
+    return m_rows.rows();
+}
+
+void TasksArrayController::setObserver(ListObserver* observer)
+{
+    // Arranged first: the observer starts from the rows it then reads.
+    arrangedObjects();
+    m_rows.setObserver(observer);
+}
+
+bool TasksArrayController::shows(Task* task) const
+{
+    return !task->isDeleted() && contentContains(*task) && (!m_filter || m_filter->evaluate(*task));
+}
+
+void TasksArrayController::noteChanges(const ChangeBatch& batch, bool report) const
+{
+    if (m_pending == Pending::Whole)
+        return;
+    // What an earlier look at the open batch saw may have gone again before the batch closed (a task
+    // inserted and deleted in one event is in no batch): it is looked at again.
+    if (report) {
+        m_touched.insert(m_touched.end(), m_peeked.begin(), m_peeked.end());
+        m_peeked.clear();
+    }
+    const size_t before = m_touched.size();
+    const EntityDescription* taskEntity = store().model().entity(QStringLiteral("task"));
+    const auto taskAttributes = int(taskEntity->attributes().size());
+    std::vector<std::pair<Task*, std::uint64_t>> changed;
+    for (Record* r : batch.inserted)
+        if (&r->entity() == taskEntity)
+            m_touched.push_back(static_cast<Task*>(r));
+    for (Record* r : batch.deleted)
+        if (&r->entity() == taskEntity) {
+            m_touched.push_back(static_cast<Task*>(r));
+            changed.emplace_back(static_cast<Task*>(r), ~std::uint64_t(0));
+        }
+    for (size_t i = 0; i < batch.updated.size(); ++i) {
+        Record* r = batch.updated[i];
+        std::uint64_t keys = batch.updatedKeys[i];
+        const EntityDescription& entity = r->entity();
+        if (&entity == taskEntity) {
+            m_touched.push_back(static_cast<Task*>(r));
+            changed.emplace_back(static_cast<Task*>(r), keys);
+            continue;
+        }
+        // A folder's own values (a project's path name or its active flag) are read through its tasks'
+        // links; a change of only its set of tasks is seen on the tasks themselves.
+        const auto attributes = int(entity.attributes().size());
+        const auto& relationships = entity.relationships();
+        for (size_t j = 0; j < relationships.size(); ++j)
+            if (relationships[j].toMany && relationships[j].destination == taskEntity)
+                keys &= ~(std::uint64_t(1) << (attributes + int(j)));
+        if (!keys)
+            continue;
+        for (size_t j = 0; j < relationships.size(); ++j) {
+            const auto& rel = relationships[j];
+            if (!rel.toMany || rel.destination != taskEntity || rel.inverseIndex < 0)
+                continue;
+            for (Record* member : r->toMany(int(j))) {
+                m_touched.push_back(static_cast<Task*>(member));
+                changed.emplace_back(static_cast<Task*>(member), std::uint64_t(1) << (taskAttributes + rel.inverseIndex));
+            }
+        }
+    }
+    if (report)
+        m_rows.reportUpdates(std::move(changed));
+    else {
+        m_peeked.insert(m_peeked.end(), m_touched.begin() + qsizetype(before), m_touched.end());
+        std::sort(m_peeked.begin(), m_peeked.end());
+        m_peeked.erase(std::unique(m_peeked.begin(), m_peeked.end()), m_peeked.end());
+    }
 }
 
 void TasksArrayController::arrange() const
 {
-    m_stale = false;
+    m_rearrangeAsked = false;
+    // Changes made earlier in this event are not in a batch yet.
+    noteChanges(store().pendingChanges(), false);
+    // Settled before the rows change, so that an observer reading them meanwhile reads these.
+    const bool whole = m_pending == Pending::Whole || contentFolders() != m_arrangedFolders;
+    m_pending = Pending::None;
+    if (whole) {
+        arrangeWhole();
+    } else {
+        std::sort(m_touched.begin(), m_touched.end());
+        m_touched.erase(std::unique(m_touched.begin(), m_touched.end()), m_touched.end());
+        m_rows.update(m_touched, [this](Task* t) { return shows(t); }, m_sort);
+        // Only tasks placed again can have left.
+        if (!m_selection.empty() && !m_touched.empty())
+            std::erase_if(m_selection, [this](Task* t) { return std::binary_search(m_touched.begin(), m_touched.end(), t) && !shows(t); });
+    }
+    m_touched.clear();
+}
+
+void TasksArrayController::arrangeWhole() const
+{
     // Each task shown has its sort keys read as it passes the filter, while it is at hand. A long list
     // is filtered through the prepared form, which answers the same and reads each record without
     // lookups.
+    m_arrangedFolders = contentFolders();
     const std::vector<Task*> tasks = content();
     std::vector<Record*> shown;
     std::vector<Value> keys;
@@ -91,14 +204,15 @@ void TasksArrayController::arrange() const
         shown.push_back(t);
         appendSortKeys(*t, m_sort, keys);
     }
-    sortRecordsByKeys(shown, m_sort, keys);
-    m_arranged.clear();
-    m_arranged.reserve(shown.size());
+    sortInListOrder(shown, m_sort, keys);
+    std::vector<Task*> arranged;
+    arranged.reserve(shown.size());
     for (Record* r : shown)
-        m_arranged.push_back(static_cast<Task*>(r));
+        arranged.push_back(static_cast<Task*>(r));
+    m_rows.reset(std::move(arranged));
     if (!m_selection.empty()) {
-        const std::unordered_set<Task*> shown(m_arranged.begin(), m_arranged.end());
-        std::erase_if(m_selection, [&](Task* t) { return !shown.contains(t); });
+        const std::unordered_set<Task*> onShow(m_rows.rows().begin(), m_rows.rows().end());
+        std::erase_if(m_selection, [&](Task* t) { return !onShow.contains(t); });
     }
 }
 
@@ -118,29 +232,67 @@ Task* TasksArrayController::selectedObject() const
     return selected.empty() ? nullptr : selected.front();
 }
 
+namespace {
+// Which tasks are among `tasks`, by primary key: one pass, one bit per key (tasks are all of one
+// entity, so their keys differ).
+class TaskMarks {
+public:
+    explicit TaskMarks(const std::vector<Task*>& tasks)
+    {
+        qint64 most = 0;
+        for (const Task* t : tasks)
+            most = std::max(most, t->primaryKey());
+        m_marks.resize(size_t(most) + 1);
+        for (const Task* t : tasks)
+            m_marks[size_t(t->primaryKey())] = true;
+    }
+    bool contains(const Task* t) const { return size_t(t->primaryKey()) < m_marks.size() && m_marks[size_t(t->primaryKey())]; }
+
+private:
+    std::vector<bool> m_marks;
+};
+
+// The row of `rows` that holds a task of `selection`, first (or last) one found; -1 for none.
+int selectionIndex(const std::vector<Task*>& rows, const std::vector<Task*>& selection, bool first)
+{
+    if (selection.empty())
+        return -1;
+    const TaskMarks selected(selection);
+    if (first) {
+        for (size_t i = 0; i < rows.size(); ++i)
+            if (selected.contains(rows[i]))
+                return int(i);
+    } else {
+        for (size_t i = rows.size(); i-- > 0;)
+            if (selected.contains(rows[i]))
+                return int(i);
+    }
+    return -1;
+}
+} // namespace
+
 void TasksArrayController::setSelectedObjects(std::vector<Task*> tasks)
 {
     const std::vector<Task*>& shown = arrangedObjects();
-    std::erase_if(tasks, [&shown](Task* t) { return std::find(shown.begin(), shown.end(), t) == shown.end(); });
+    // A few tasks are looked for; many are checked against the rows marked once.
+    constexpr size_t kFew = 16;
+    if (tasks.size() <= kFew) {
+        std::erase_if(tasks, [&shown](Task* t) { return std::find(shown.begin(), shown.end(), t) == shown.end(); });
+    } else {
+        const TaskMarks onShow(shown);
+        std::erase_if(tasks, [&onShow](Task* t) { return !onShow.contains(t); });
+    }
     m_selection = std::move(tasks);
 }
 
 int TasksArrayController::firstSelectionIndex() const
 {
-    arrangedObjects();
-    for (size_t i = 0; i < m_arranged.size(); ++i)
-        if (std::find(m_selection.begin(), m_selection.end(), m_arranged[i]) != m_selection.end())
-            return int(i);
-    return -1;
+    return selectionIndex(arrangedObjects(), m_selection, true);
 }
 
 int TasksArrayController::lastSelectionIndex() const
 {
-    arrangedObjects();
-    for (size_t i = m_arranged.size(); i-- > 0;)
-        if (std::find(m_selection.begin(), m_selection.end(), m_arranged[i]) != m_selection.end())
-            return int(i);
-    return -1;
+    return selectionIndex(arrangedObjects(), m_selection, false);
 }
 
 void TasksArrayController::installPredicate(QList<Predicate> terms)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "lists/arrangement.h"
 #include "lists/viewmodes.h"
 #include "store/fetchrequest.h"
 #include "store/predicate.h"
@@ -7,20 +8,32 @@
 #include <QDateTime>
 #include <QString>
 
+#include <QMetaObject>
+
+#include <cstdint>
 #include <optional>
 #include <vector>
 
 class ListHost;
 class ObjectContext;
 class Preferences;
+class Record;
 class TabViewController;
 class Task;
+struct ChangeBatch;
 
 // One task list: the tasks of its content that pass its filter predicate, in its sort order, with a
 // selection. The arrangement changes only when the list re-arranges (rearrangeObjects), not on every
 // read: a task that stops passing the filter stays on show until the next re-arrangement, as in a
-// table the user is looking at. Deleted tasks leave at the next re-arrangement. A re-arrangement is computed when the
-// arrangement is next read, so lists nobody looks at cost nothing.
+// table the user is looking at. Deleted tasks leave at the next re-arrangement.
+//
+// The list follows the store's change batches. Between re-arrangements it reports the rows a batch
+// touched as updated; at a re-arrangement it places again only the tasks touched since the last one
+// (each leaves, comes in at its sorted place, or moves). Only a new predicate, sort or folder
+// selection arranges the whole list again (a reset), or more touched tasks than row steps are worth
+// (Arrangement::kMostSteps). Ties in the sort are broken by primary key, so the
+// two ways always agree. A list without an observer re-arranges when it is next read, so lists nobody
+// looks at cost nothing; an observed one at once.
 //
 // The commands act on the selected tasks in selection order.
 class TasksArrayController {
@@ -41,6 +54,10 @@ public:
 
     // What the list draws from before filtering.
     virtual std::vector<Task*> content() const { return {}; }
+    // Whether `task` belongs to the content (deleted or not): content() without the walk.
+    virtual bool contentContains(const Task&) const { return false; }
+    // The folders whose tasks make the content; when they change the list is arranged whole.
+    virtual std::vector<Record*> contentFolders() const { return {}; }
 
     const std::optional<Predicate>& filterPredicate() const { return m_filter; }
     void setFilterPredicate(std::optional<Predicate> predicate);
@@ -48,6 +65,10 @@ public:
     void setSortDescriptors(QList<SortDescriptor> descriptors);
     void rearrangeObjects();
     const std::vector<Task*>& arrangedObjects() const;
+    // The observer of the arrangement's steps (not owned; nullptr: none). The list is arranged before it
+    // is told; the observer then reads the rows it starts from.
+    void setObserver(ListObserver* observer);
+    ListObserver* observer() const { return m_rows.observer(); }
 
     // The selection keeps only tasks that are on show.
     std::vector<Task*> selectedObjects() const;
@@ -121,13 +142,23 @@ private:
     template <class Change>
     void changeSelected(Change change, bool rearrange, bool counts);
 
+    enum class Pending { None, Touched, Whole };
+    void noteChanges(const ChangeBatch& batch, bool report) const;
+    void arrange() const;
+    void arrangeWhole() const;
+    bool shows(Task* task) const;
+
     TabViewController& m_views;
     TaskView m_view;
     std::optional<Predicate> m_filter;
     QList<SortDescriptor> m_sort;
-    void arrange() const;
+    QMetaObject::Connection m_changes;
 
-    mutable std::vector<Task*> m_arranged;
+    mutable Arrangement<Task> m_rows;
     mutable std::vector<Task*> m_selection;
-    mutable bool m_stale = true;
+    mutable std::vector<Task*> m_touched; // since the last arrangement, perhaps more than once
+    mutable std::vector<Task*> m_peeked; // seen in the open batch before it closed
+    mutable std::vector<Record*> m_arrangedFolders;
+    mutable Pending m_pending = Pending::Whole;
+    mutable bool m_rearrangeAsked = false;
 };

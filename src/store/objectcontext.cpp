@@ -308,13 +308,31 @@ void ObjectContext::processPendingChanges()
     m_undo.closeImplicitGroup();
     if (m_batchOrder.empty())
         return;
+    const ChangeBatch batch = collectBatch(false);
+    for (Record* r : m_batchOrder)
+        r->m_batch = {};
+    m_batchOrder.clear();
+    if (!batch.isEmpty())
+        Q_EMIT objectsDidChange(batch);
+}
+
+ChangeBatch ObjectContext::pendingChanges() const
+{
+    return collectBatch(true);
+}
+
+ChangeBatch ObjectContext::collectBatch(bool keepDropped) const
+{
     ChangeBatch batch;
     batch.updated.reserve(m_batchOrder.size());
     batch.updatedKeys.reserve(m_batchOrder.size());
     for (Record* r : m_batchOrder) {
-        const Record::BatchEntry e = std::exchange(r->m_batch, {});
-        if (e.inserted && e.deleted)
+        const Record::BatchEntry& e = r->m_batch;
+        if (e.inserted && e.deleted) {
+            if (keepDropped)
+                batch.deleted.push_back(r);
             continue;
+        }
         if (e.inserted)
             batch.inserted.push_back(r);
         else if (e.deleted)
@@ -324,9 +342,7 @@ void ObjectContext::processPendingChanges()
             batch.updatedKeys.push_back(e.mask);
         }
     }
-    m_batchOrder.clear();
-    if (!batch.isEmpty())
-        Q_EMIT objectsDidChange(batch);
+    return batch;
 }
 
 Result<std::vector<Record*>> ObjectContext::executeFetchRequest(const FetchRequest& request) const

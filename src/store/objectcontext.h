@@ -115,6 +115,10 @@ public:
     void redo();
 
     void processPendingChanges();
+    // The batch that processPendingChanges would emit now, without emitting it or closing it: for a
+    // reader that must see changes made earlier in the same event. Records inserted and deleted again
+    // in it are listed as deleted, as the reader may have seen them come.
+    ChangeBatch pendingChanges() const;
 
 Q_SIGNALS:
     void objectsDidChange(const ChangeBatch& batch);
@@ -140,6 +144,7 @@ private:
     void markDirty(Record* record);
     void noteBatchChange(Record* record, int bit);
     void scheduleProcessing();
+    ChangeBatch collectBatch(bool keepDropped) const;
     void sortByEntityAndKey(std::vector<Record*>& records) const;
     // Appends the live candidates that match `predicate` (all when it is absent), up to `enough`; every
     // candidate has the `known` link, if any.
