@@ -58,7 +58,7 @@ QString describeRecord(const Record* r)
     if (!r)
         return QStringLiteral("none");
     for (const QString& key : {QStringLiteral("pathName"), QStringLiteral("name")})
-        if (r->entity().attributeIndex(key) >= 0 && !r->valueForKey(key).toString().isEmpty())
+        if ((r->entity().attributeIndex(key) >= 0 || r->entity().derivedKeyIndex(key) >= 0) && !r->valueForKey(key).toString().isEmpty())
             return QStringLiteral("\"%1\"").arg(r->valueForKey(key).toString());
     return r->uri();
 }

@@ -8,6 +8,24 @@
 FolderArrayController::FolderArrayController(ObjectContext& store, QString entityName, QList<SortDescriptor> order)
     : m_store(store), m_entityName(std::move(entityName)), m_order(std::move(order))
 {
+    // The tree of the entity: its to-one link to a parent of its own kind and the set of children.
+    if (const EntityDescription* entity = store.model().entity(m_entityName)) {
+        const int attributes = int(entity->attributes().size());
+        const int name = entity->attributeIndex(u"name");
+        if (name >= 0)
+            m_pathBits |= std::uint64_t(1) << name;
+        for (size_t i = 0; i < entity->relationships().size(); ++i) {
+            const RelationshipDescription& rel = entity->relationships()[i];
+            if (rel.destination != entity || rel.inverseIndex < 0)
+                continue;
+            if (rel.toMany) {
+                m_childrenRelationship = int(i);
+            } else {
+                m_parentBit = std::uint64_t(1) << (attributes + int(i));
+                m_pathBits |= m_parentBit;
+            }
+        }
+    }
     m_changes = QObject::connect(&m_store, &ObjectContext::objectsDidChange, [this](const ChangeBatch& batch) { place(batch, true); });
 }
 
@@ -62,6 +80,15 @@ void FolderArrayController::place(const ChangeBatch& batch, bool report) const
             touched.push_back(batch.updated[i]);
             changed.emplace_back(batch.updated[i], batch.updatedKeys[i]);
         }
+    // Path names are derived: a folder renamed or moved changes the path, and so the place, of every
+    // folder below it, which no batch names.
+    const size_t direct = changed.size();
+    for (size_t i = 0; i < direct; ++i)
+        if (changed[i].second & m_pathBits)
+            for (Record* below : subtreeOf(changed[i].first)) {
+                touched.push_back(below);
+                changed.emplace_back(below, m_parentBit);
+            }
     if (report) {
         // A folder seen coming in an earlier look may have gone again before the batch closed.
         touched.insert(touched.end(), m_peeked.begin(), m_peeked.end());
@@ -75,6 +102,48 @@ void FolderArrayController::place(const ChangeBatch& batch, bool report) const
     std::sort(touched.begin(), touched.end());
     touched.erase(std::unique(touched.begin(), touched.end()), touched.end());
     m_rows.update(touched, [](Record* r) { return !r->isDeleted(); }, m_order);
+}
+
+std::vector<Record*> FolderArrayController::subtreeOf(Record* folder) const
+{
+    return m_childrenRelationship < 0 ? std::vector<Record*>() : foldersBelow(*folder);
+}
+
+std::vector<Record*> foldersBelow(const Record& folder)
+{
+    const EntityDescription& entity = folder.entity();
+    int children = -1;
+    for (size_t i = 0; i < entity.relationships().size(); ++i)
+        if (entity.relationships()[i].toMany && entity.relationships()[i].destination == &entity)
+            children = int(i);
+    std::vector<Record*> out;
+    if (children < 0)
+        return out;
+    std::vector<const Record*> pending {&folder};
+    while (!pending.empty()) {
+        const Record* f = pending.back();
+        pending.pop_back();
+        for (Record* child : f->toMany(children)) {
+            out.push_back(child);
+            pending.push_back(child);
+        }
+    }
+    return out;
+}
+
+bool movesPathNames(const Record& folder, std::uint64_t keys)
+{
+    const EntityDescription& entity = folder.entity();
+    const int name = entity.attributeIndex(u"name");
+    if (name >= 0 && (keys >> name & 1))
+        return true;
+    const auto attributes = int(entity.attributes().size());
+    for (size_t i = 0; i < entity.relationships().size(); ++i) {
+        const RelationshipDescription& rel = entity.relationships()[i];
+        if (!rel.toMany && rel.destination == &entity && (keys >> (attributes + int(i)) & 1))
+            return true;
+    }
+    return false;
 }
 
 std::vector<Record*> FolderArrayController::selectedRecords() const

@@ -47,12 +47,23 @@ private:
     ObjectContext& m_store;
     QString m_entityName;
     QList<SortDescriptor> m_order;
+    // The folders below one, through the entity's own tree (none when it has no tree).
+    std::vector<Record*> subtreeOf(Record* folder) const;
+    int m_childrenRelationship = -1;
+    std::uint64_t m_parentBit = 0;  // the change bit of the link to the parent folder
+    std::uint64_t m_pathBits = 0;   // the change bits that move a path name: the name and the parent link
     std::vector<Record*> m_selection;
     QMetaObject::Connection m_changes;
     mutable Arrangement<Record> m_rows;
     mutable std::vector<Record*> m_peeked; // seen in the open batch before it closed
     mutable bool m_arranged = false;
 };
+
+// The folders below `folder` in its entity's own tree (subcontexts, subprojects), at any depth.
+std::vector<Record*> foldersBelow(const Record& folder);
+// Whether a change of `keys` (a change batch's bits) renames or moves `folder`, and with it the derived
+// path names of its whole subtree.
+bool movesPathNames(const Record& folder, std::uint64_t keys);
 
 // The typed face of a folder list.
 template <class Folder>

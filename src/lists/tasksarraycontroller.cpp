@@ -1,6 +1,7 @@
 #include "lists/tasksarraycontroller.h"
 
 #include "app/preferences.h"
+#include "lists/folderarraycontroller.h"
 #include "lists/listhost.h"
 #include "lists/tabviewcontroller.h"
 #include "model/cleanupcontroller.h"
@@ -141,14 +142,21 @@ void TasksArrayController::noteChanges(const ChangeBatch& batch, bool report) co
                 keys &= ~(std::uint64_t(1) << (attributes + int(j)));
         if (!keys)
             continue;
+        // A renamed or moved folder changes the path names of its subtree too, which no batch names.
+        std::vector<Record*> folders {r};
+        if (movesPathNames(*r, keys)) {
+            const std::vector<Record*> below = foldersBelow(*r);
+            folders.insert(folders.end(), below.begin(), below.end());
+        }
         for (size_t j = 0; j < relationships.size(); ++j) {
             const auto& rel = relationships[j];
             if (!rel.toMany || rel.destination != taskEntity || rel.inverseIndex < 0)
                 continue;
-            for (Record* member : r->toMany(int(j))) {
-                m_touched.push_back(static_cast<Task*>(member));
-                changed.emplace_back(static_cast<Task*>(member), std::uint64_t(1) << (taskAttributes + rel.inverseIndex));
-            }
+            for (Record* folder : folders)
+                for (Record* member : folder->toMany(int(j))) {
+                    m_touched.push_back(static_cast<Task*>(member));
+                    changed.emplace_back(static_cast<Task*>(member), std::uint64_t(1) << (taskAttributes + rel.inverseIndex));
+                }
         }
     }
     if (report)
