@@ -344,7 +344,7 @@ void Task::describe(EntityDescription& entity)
     entity.setAttributeStorage(Attr::cleanedUp, AttributeStorage::Packed);
     entity.setAttributeStorage(Attr::positionInContext, AttributeStorage::Packed);
     entity.setAttributeStorage(Attr::positionInProject, AttributeStorage::Packed);
-    entity.setChangeHooks({&Task::attributeChanged, &Task::toOneChanged, &Task::deletedChanged});
+    entity.setChangeHooks({&Task::attributeChanged, &Task::toOneChanged, &Task::deletedChanged, &Task::willDelete});
     entity.addRelationship({QStringLiteral("parentContext"), QStringLiteral("context"), false, QStringLiteral("tasks")});
     entity.addRelationship({QStringLiteral("parentProject"), QStringLiteral("project"), false, QStringLiteral("tasks")});
     entity.addRelationship({QStringLiteral("parentArchiveCategory"), QStringLiteral("archiveCategory"), false, QStringLiteral("tasks")});
@@ -438,6 +438,18 @@ void Task::toOneChanged(Record& record, int relationship, Record* oldTarget, Rec
     };
     adjust(oldTarget, -1);
     adjust(newTarget, 1);
+}
+
+void Task::willDelete(Record& record)
+{
+    // Leaves its folders as the setters would, so their orders close up and their counters are reset.
+    auto& task = static_cast<Task&>(record);
+    if (Context* c = task.parentContext(); c && !c->isDeleted())
+        c->removeTasksObject(&task);
+    if (Project* p = task.parentProject(); p && !p->isDeleted())
+        p->removeTasksObject(&task);
+    if (ArchiveCategory* a = task.parentArchiveCategory(); a && !a->isDeleted())
+        task.setParentArchiveCategory(nullptr);
 }
 
 void Task::deletedChanged(Record& record, bool deleted)

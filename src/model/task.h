@@ -104,6 +104,7 @@ private:
     static void attributeChanged(Record& record, int attribute, const Value& oldValue);
     static void toOneChanged(Record& record, int relationship, Record* oldTarget, Record* newTarget);
     static void deletedChanged(Record& record, bool deleted);
+    static void willDelete(Record& record);
     void adjustOpenCounts(qint64 delta) const;
     // Undo and redo write values past the setters: what the setters would have reset or told is
     // reset and told here, for the task's folders as they were and as they are.

@@ -396,19 +396,33 @@ TaskQueryResult fetchTasks(const Record& folder, const Predicate& templatePredic
 // Makes the derived path names of a folder entity readable as the key "pathName" and keeps them right:
 // its change hooks forget the paths of a folder's subtree when the folder's name or parent changes, by a
 // setter, by undo or redo, or by loading records into the store; and when it is deleted or brought back.
+// Undo and redo, which write past the setters, also reset the counters of the folder and of the parent
+// it leaves, and so of their ancestors.
 template <typename Folder>
 void describePathNames(EntityDescription& entity, int nameAttribute, int parentRelationship)
 {
     entity.addDerivedKey({QStringLiteral("pathName"), [](const Record& r) { return Value::string(static_cast<const Folder&>(r).pathName()); }, {}});
+    auto resetIfReversing = [](Record& r, Record* oldParent) {
+        if (!r.managedObjectContext()->undoManager().isReversing())
+            return;
+        static_cast<Folder&>(r).resetTaskCounters(true);
+        if (oldParent)
+            static_cast<Folder*>(oldParent)->resetTaskCounters(true);
+    };
     ChangeHooks hooks;
-    hooks.attributeChanged = [nameAttribute](Record& r, int attribute, const Value&) {
+    hooks.attributeChanged = [nameAttribute, resetIfReversing](Record& r, int attribute, const Value&) {
+        resetIfReversing(r, nullptr);
         if (attribute == nameAttribute)
             static_cast<Folder&>(r).forgetPathNames();
     };
-    hooks.toOneChanged = [parentRelationship](Record& r, int relationship, Record*, Record*) {
+    hooks.toOneChanged = [parentRelationship, resetIfReversing](Record& r, int relationship, Record* oldTarget, Record*) {
+        resetIfReversing(r, relationship == parentRelationship ? oldTarget : nullptr);
         if (relationship == parentRelationship)
             static_cast<Folder&>(r).forgetPathNames();
     };
-    hooks.deletedChanged = [](Record& r, bool) { static_cast<Folder&>(r).forgetPathNames(); };
+    hooks.deletedChanged = [resetIfReversing](Record& r, bool) {
+        resetIfReversing(r, static_cast<Folder&>(r).parentFolder());
+        static_cast<Folder&>(r).forgetPathNames();
+    };
     entity.setChangeHooks(std::move(hooks));
 }

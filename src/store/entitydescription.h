@@ -63,6 +63,9 @@ struct ChangeHooks {
     std::function<void(Record& record, int relationship, Record* oldTarget, Record* newTarget)> toOneChanged;
     // The record was deleted, or brought back by undo or redo.
     std::function<void(Record& record, bool deleted)> deletedChanged;
+    // deleteObject is about to cut the record's links: the record is still whole, and what the hook
+    // changes belongs to the same undo step.
+    std::function<void(Record& record)> willDelete;
 };
 
 // One entity of the data model, immutable once its DataModel is finalized. Attributes and relationships are addressed by index; the index of a

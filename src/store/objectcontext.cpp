@@ -191,6 +191,8 @@ void ObjectContext::finishDeletion(Record* record)
     const EntityDescription& entity = record->entity();
     // Its own links are cleared while it still counts as alive, as any other change would be.
     record->m_deleted = false;
+    if (const auto& hook = entity.changeHooks().willDelete)
+        hook(*record);
     for (size_t i = 0; i < entity.relationships().size(); ++i)
         if (!entity.relationships()[i].toMany)
             record->setToOne(int(i), nullptr);

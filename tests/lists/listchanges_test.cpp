@@ -268,8 +268,11 @@ TEST_F(ListChangesTest, OneChangeGivesOneStep)
         {"leaving the filter waits for the re-arrangement", [](Task* t, Project*) { t->setMaybe(true); }, {update(1, Task::Attr::maybe)},
          {u"remove 1-1"_s}},
         {"a new task comes in at its place", [this](Task*, Project*) { addTask(u"a0"_s, contexts[0])->setPriority(1); }, {}, {u"insert 1-1"_s}},
+        // The tasks after it move up one place in their context's own order.
         {"a deleted task leaves", [this](Task* t, Project*) { context->deleteObject(t); },
-         {ListChange{ListChange::Kind::Update, 1, 1, 0, ~std::uint64_t(0)}.toString()}, {u"remove 1-1"_s}},
+         {ListChange{ListChange::Kind::Update, 1, 1, 0, ~std::uint64_t(0)}.toString(), update(2, Task::Attr::positionInContext),
+          update(3, Task::Attr::positionInContext)},
+         {u"remove 1-1"_s}},
         {"the project's active flag is read through the link", [](Task*, Project* p) { p->setActive(false); },
          {update(2, projectBit)}, {u"remove 2-2"_s}},
     };

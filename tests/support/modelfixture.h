@@ -40,6 +40,7 @@ protected:
         t->setName(name);
         t->setArchived(false);
         t->setCleanedUp(false);
+        t->setPrimitiveValue(Task::Attr::done, Value::boolean(false));
         t->setNextAction(false);
         t->setMaybe(false);
         t->setWaitingFor(false);
