@@ -431,7 +431,8 @@ void BM_CleanUpAndSave(benchmark::State& state)
     Fixture& f = fixture();
     const QString path = f.dir.filePath(QStringLiteral("cleanup.vyrodata"));
     std::unique_ptr<ObjectContext> ctx;
-    qint64 cleanUpNs = 0, saveNs = 0;
+    qint64 cleanUpNs = 0, saveNs = 0, undoNs = 0, redoNs = 0;
+    double undoBytes = 0, undoEntries = 0;
     double cleaned = 0, added = 0, renumbered = 0, contexts = 0, projects = 0;
     for (auto _ : state) {
         state.PauseTiming();
@@ -461,6 +462,9 @@ void BM_CleanUpAndSave(benchmark::State& state)
         }
         const std::vector<Record*> before = ctx->allObjects(QStringLiteral("task"));
         const auto positions = positionsOf(before);
+        // Only the clean-up in the undo stack, as after a menu command.
+        ctx->processPendingChanges();
+        ctx->undoManager().removeAllActions();
         QElapsedTimer timer;
         state.ResumeTiming();
 
@@ -475,6 +479,18 @@ void BM_CleanUpAndSave(benchmark::State& state)
             state.SkipWithError(qPrintable(saved.toString()));
             break;
         }
+        // The clean-up as one undo step: what the stack holds, then undo and redo of it, each with the
+        // change batch it sends.
+        ctx->processPendingChanges();
+        undoBytes = double(ctx->undoManager().approximateBytes());
+        undoEntries = double(ctx->undoManager().entryCount());
+        QElapsedTimer reversal;
+        reversal.start();
+        ctx->undo();
+        undoNs += reversal.nsecsElapsed();
+        reversal.restart();
+        ctx->redo();
+        redoNs += reversal.nsecsElapsed();
         if (n != int(finish.size())) {
             state.SkipWithError("the clean-up did not find exactly the tasks marked done");
             break;
@@ -504,6 +520,10 @@ void BM_CleanUpAndSave(benchmark::State& state)
     state.counters["renumbered"] = renumbered;
     state.counters["cleanup_ms"] = double(cleanUpNs) / 1e6 / iterations;
     state.counters["save_ms"] = double(saveNs) / 1e6 / iterations;
+    state.counters["undo_ms"] = double(undoNs) / 1e6 / iterations;
+    state.counters["redo_ms"] = double(redoNs) / 1e6 / iterations;
+    state.counters["undo_MB"] = undoBytes / 1e6;
+    state.counters["undo_values"] = undoEntries;
 }
 BENCHMARK(BM_CleanUpAndSave)->Unit(benchmark::kMillisecond)->Iterations(5);
 

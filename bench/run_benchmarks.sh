@@ -108,6 +108,11 @@ done_ms = ms("BM_CountersAfterOneChange/done")
 cleanup_save_ms = ms("BM_CleanUpAndSave")
 cleanup_only_ms = counter("BM_CleanUpAndSave", "cleanup_ms")
 cleanup_save_only_ms = counter("BM_CleanUpAndSave", "save_ms")
+undo_cleanup_ms = counter("BM_CleanUpAndSave", "undo_ms")
+redo_cleanup_ms = counter("BM_CleanUpAndSave", "redo_ms")
+undo_cleanup_mb = counter("BM_CleanUpAndSave", "undo_MB")
+deep_chain_ms = ms("BM_LoadDeepChain")
+rename_chain_ms = ms("BM_RenameRootOfDeepChain")
 context_view_ms = ms("BM_ContextView/by_name")
 context_natural_ms = ms("BM_ContextView/natural_order")
 to_complete_ms = ms("BM_ToCompleteAllTasksByDueDate/pending")
@@ -146,6 +151,11 @@ rows = [
     ("clean-up of 1,000 done + save", show(cleanup_save_ms, "ms"), "<= 100 ms", verdict(cleanup_save_ms, 100)),
     ("  of which the clean-up", show(cleanup_only_ms, "ms"), "", ""),
     ("  of which the save", show(cleanup_save_only_ms, "ms"), "", ""),
+    ("undo of that clean-up", show(undo_cleanup_ms, "ms"), "<= 100 ms", verdict(undo_cleanup_ms, 100)),
+    ("redo of that clean-up", show(redo_cleanup_ms, "ms"), "<= 100 ms", verdict(redo_cleanup_ms, 100)),
+    ("undo stack after that clean-up", show(undo_cleanup_mb, "MB", 2), "<= 10 MB", verdict(undo_cleanup_mb, 10)),
+    ("load a 60,000-deep chain of contexts", show(deep_chain_ms, "ms"), "<= 2000 ms", verdict(deep_chain_ms, 2000)),
+    ("rename the root of a 2,000-deep chain", show(rename_chain_ms, "ms", 2), "", ""),
     ("context view rebuilt, by name", show(context_view_ms, "ms", 2), "<= 2 ms", verdict(context_view_ms, 2)),
     ("context view rebuilt, own order", show(context_natural_ms, "ms", 2), "<= 2 ms", verdict(context_natural_ms, 2)),
     ("to-complete, All tasks, by due date", show(to_complete_ms, "ms"), "<= 40 ms", verdict(to_complete_ms, 40)),

@@ -139,6 +139,7 @@ Status MoveToContextSheetController::stepContext(int direction)
     if (m_context)
         m_context->removeTasksObject(m_task);
     m_context = contexts[size_t(index)];
+    UndoGrouping step(m_task->managedObjectContext()->undoManager(), QStringLiteral("Move to Context"));
     m_task->setParentContext(m_context);
     return Status::ok();
 }
@@ -154,6 +155,7 @@ bool MoveToContextSheetController::setTaskContextWithNameBeginningWith(const QSt
     Context* found = contexts[size_t(index)];
     if (Context* old = m_task->parentContext())
         old->removeTasksObject(m_task);
+    UndoGrouping step(m_task->managedObjectContext()->undoManager(), QStringLiteral("Move to Context"));
     m_task->setParentContext(found);
     found->addTasksObject(m_task);
     m_context = found;
@@ -175,6 +177,7 @@ Status MoveToContextSheetController::setPreviousTaskProject()
     if (m_project)
         m_project->removeTasksObject(m_task);
     m_project = index >= 0 ? projects[size_t(index)] : nullptr;
+    UndoGrouping step(m_task->managedObjectContext()->undoManager(), QStringLiteral("Move to Project"));
     m_task->setParentProject(m_project);
     return Status::ok();
 }
@@ -193,6 +196,7 @@ Status MoveToContextSheetController::setNextTaskProject()
     if (m_project)
         m_project->removeTasksObject(m_task);
     m_project = projects[size_t(index)];
+    UndoGrouping step(m_task->managedObjectContext()->undoManager(), QStringLiteral("Move to Project"));
     m_task->setParentProject(m_project);
     return Status::ok();
 }
@@ -208,6 +212,7 @@ bool MoveToContextSheetController::setTaskProjectWithNameBeginningWith(const QSt
     Project* found = projects[size_t(index)];
     if (Project* old = m_task->parentProject())
         old->removeTasksObject(m_task);
+    UndoGrouping step(m_task->managedObjectContext()->undoManager(), QStringLiteral("Move to Project"));
     m_task->setParentProject(found);
     found->addTasksObject(m_task);
     m_project = found;

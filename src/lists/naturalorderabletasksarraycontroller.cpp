@@ -4,6 +4,7 @@
 #include "lists/listhost.h"
 #include "lists/tabviewcontroller.h"
 #include "model/task.h"
+#include "store/objectcontext.h"
 
 #include <algorithm>
 #include <unordered_set>
@@ -55,6 +56,7 @@ void NaturalOrderableTasksArrayController::moveToPosition(int count)
         rearrangeObjects();
         return;
     }
+    UndoGrouping step(store().undoManager(), QStringLiteral("Move Task"));
     const bool inContext = m_positionKey == QLatin1String("positionInContext");
     auto position = [inContext](const Task* t) { return t->primitiveValue(inContext ? Task::Attr::positionInContext : Task::Attr::positionInProject); };
     auto setPosition = [inContext](Task* t, const Value& v) {
@@ -86,6 +88,7 @@ void NaturalOrderableTasksArrayController::moveToPosition(int count)
         if (!chosen.contains(static_cast<Task*>(r)) && skipped++ >= count)
             order.push_back(static_cast<Task*>(r));
 
+    UndoCoalescing oneUndoEntry(store().undoManager(), inContext ? Task::Attr::positionInContext : Task::Attr::positionInProject);
     for (size_t k = 0; k < order.size(); ++k)
         if (!(position(order[k]) == values[k]))
             setPosition(order[k], values[k]);

@@ -340,8 +340,9 @@ void TasksArrayController::clearSearchAndRebuild()
 }
 
 template <class Change>
-void TasksArrayController::changeSelected(Change change, bool rearrange, bool counts)
+void TasksArrayController::changeSelected(const QString& actionName, Change change, bool rearrange, bool counts)
 {
+    UndoGrouping step(store().undoManager(), actionName);
     for (Task* task : selectedObjects())
         change(task);
     if (rearrange)
@@ -352,22 +353,25 @@ void TasksArrayController::changeSelected(Change change, bool rearrange, bool co
 
 void TasksArrayController::flagAsNextAction()
 {
-    changeSelected([](Task* t) { t->setNextAction(!t->nextAction()); }, true, true);
+    changeSelected(QStringLiteral("Flag as Next Action"), [](Task* t) { t->setNextAction(!t->nextAction()); }, true, true);
 }
 
 void TasksArrayController::waitForTask()
 {
-    changeSelected([](Task* t) { t->setWaitingFor(!t->waitingFor()); }, true, false);
+    changeSelected(QStringLiteral("Wait for Task"), [](Task* t) { t->setWaitingFor(!t->waitingFor()); }, true, false);
 }
 
 void TasksArrayController::markAsMaybe()
 {
-    changeSelected([](Task* t) { t->setMaybe(!t->maybe()); }, true, true);
+    changeSelected(QStringLiteral("Mark as Maybe"), [](Task* t) { t->setMaybe(!t->maybe()); }, true, true);
 }
 
 void TasksArrayController::markAsDone()
 {
-    changeSelected([](Task* t) { t->setDone(!t->done()); }, false, false);
+    const std::vector<Task*> selected = selectedObjects();
+    const bool completing = std::any_of(selected.begin(), selected.end(), [](Task* t) { return !t->done(); });
+    UndoGrouping step(store().undoManager(), completing ? QStringLiteral("Complete Task") : QStringLiteral("Reopen Task"));
+    changeSelected(QString(), [](Task* t) { t->setDone(!t->done()); }, false, false);
     if (preferences().boolForKey(QStringLiteral("cleanUpImmediately")))
         cleanUpTasks();
     rearrangeObjects();
@@ -376,22 +380,24 @@ void TasksArrayController::markAsDone()
 
 void TasksArrayController::cleanUpTasks()
 {
+    UndoGrouping step(store().undoManager(), QStringLiteral("Clean Up"));
     CleanUpController::cleanUpTasks(store());
     taskCountsHasChanged();
 }
 
 void TasksArrayController::increaseEffort()
 {
-    changeSelected([](Task* t) { if (t->effort() < 4) t->setEffort(t->effort() + 1); }, true, false);
+    changeSelected(QStringLiteral("Increase Effort"), [](Task* t) { if (t->effort() < 4) t->setEffort(t->effort() + 1); }, true, false);
 }
 
 void TasksArrayController::decreaseEffort()
 {
-    changeSelected([](Task* t) { if (t->effort() > 1) t->setEffort(t->effort() - 1); }, true, false);
+    changeSelected(QStringLiteral("Decrease Effort"), [](Task* t) { if (t->effort() > 1) t->setEffort(t->effort() - 1); }, true, false);
 }
 
 void TasksArrayController::setPriority(int priority)
 {
+    UndoGrouping step(store().undoManager(), QStringLiteral("Set Priority"));
     for (Task* task : selectedObjects()) {
         task->setPriority(priority);
         rearrangeObjects();
@@ -408,54 +414,54 @@ QDateTime dayFrom(const Task* task, const QDateTime& date, int days)
 
 void TasksArrayController::setStartDateToToday()
 {
-    changeSelected([this](Task* t) { t->setStartDate(today()); }, false, false);
+    changeSelected(QStringLiteral("Set Start Date"), [this](Task* t) { t->setStartDate(today()); }, false, false);
 }
 void TasksArrayController::setStartDateToDayEarlier()
 {
-    changeSelected([](Task* t) { t->setStartDate(dayFrom(t, t->startDate(), -1)); }, false, false);
+    changeSelected(QStringLiteral("Set Start Date"), [](Task* t) { t->setStartDate(dayFrom(t, t->startDate(), -1)); }, false, false);
 }
 void TasksArrayController::setStartDateToDayLater()
 {
-    changeSelected([](Task* t) { t->setStartDate(dayFrom(t, t->startDate(), 1)); }, false, false);
+    changeSelected(QStringLiteral("Set Start Date"), [](Task* t) { t->setStartDate(dayFrom(t, t->startDate(), 1)); }, false, false);
 }
 void TasksArrayController::setStartDateToEmpty()
 {
-    changeSelected([](Task* t) { t->setStartDate(QDateTime()); }, false, false);
+    changeSelected(QStringLiteral("Clear Start Date"), [](Task* t) { t->setStartDate(QDateTime()); }, false, false);
 }
 void TasksArrayController::setStartDateToDueDate()
 {
-    changeSelected([](Task* t) { t->setStartDate(t->dueDate()); }, false, false);
+    changeSelected(QStringLiteral("Set Start Date"), [](Task* t) { t->setStartDate(t->dueDate()); }, false, false);
 }
 void TasksArrayController::setDueDateToToday()
 {
-    changeSelected([this](Task* t) { t->setDueDate(today()); }, false, false);
+    changeSelected(QStringLiteral("Set Due Date"), [this](Task* t) { t->setDueDate(today()); }, false, false);
 }
 void TasksArrayController::setDueDateToDayEarlier()
 {
-    changeSelected([](Task* t) { t->setDueDate(dayFrom(t, t->dueDate(), -1)); }, false, false);
+    changeSelected(QStringLiteral("Set Due Date"), [](Task* t) { t->setDueDate(dayFrom(t, t->dueDate(), -1)); }, false, false);
 }
 void TasksArrayController::setDueDateToDayLater()
 {
-    changeSelected([](Task* t) { t->setDueDate(dayFrom(t, t->dueDate(), 1)); }, false, false);
+    changeSelected(QStringLiteral("Set Due Date"), [](Task* t) { t->setDueDate(dayFrom(t, t->dueDate(), 1)); }, false, false);
 }
 void TasksArrayController::setDueDateToEmpty()
 {
-    changeSelected([](Task* t) { t->setDueDate(QDateTime()); }, false, false);
+    changeSelected(QStringLiteral("Clear Due Date"), [](Task* t) { t->setDueDate(QDateTime()); }, false, false);
 }
 void TasksArrayController::setDueDateToStartDate()
 {
-    changeSelected([](Task* t) { t->setDueDate(t->startDate()); }, false, false);
+    changeSelected(QStringLiteral("Set Due Date"), [](Task* t) { t->setDueDate(t->startDate()); }, false, false);
 }
 void TasksArrayController::setBothDatesToDayEarlier()
 {
-    changeSelected([](Task* t) {
+    changeSelected(QStringLiteral("Move Dates"), [](Task* t) {
         t->setStartDate(dayFrom(t, t->startDate(), -1));
         t->setDueDate(dayFrom(t, t->dueDate(), -1));
     }, false, false);
 }
 void TasksArrayController::setBothDatesToDayLater()
 {
-    changeSelected([](Task* t) {
+    changeSelected(QStringLiteral("Move Dates"), [](Task* t) {
         t->setStartDate(dayFrom(t, t->startDate(), 1));
         t->setDueDate(dayFrom(t, t->dueDate(), 1));
     }, false, false);
@@ -476,6 +482,7 @@ void TasksArrayController::remove()
     const std::vector<Task*> doomed = selectedObjects();
     if (doomed.empty())
         return;
+    UndoGrouping step(store().undoManager(), doomed.size() == 1 ? QStringLiteral("Delete Task") : QStringLiteral("Delete Tasks"));
     for (Task* task : doomed)
         store().deleteObject(task);
     store().processPendingChanges();

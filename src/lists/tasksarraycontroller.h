@@ -140,7 +140,8 @@ protected:
 
 private:
     template <class Change>
-    void changeSelected(Change change, bool rearrange, bool counts);
+    // Changes each selected task as one undo step named `actionName` (inside an open step when empty).
+    void changeSelected(const QString& actionName, Change change, bool rearrange, bool counts);
 
     enum class Pending { None, Touched, Whole };
     void noteChanges(const ChangeBatch& batch, bool report) const;

@@ -79,6 +79,24 @@ size_t UndoStack::entryCount() const
     return n;
 }
 
+size_t UndoStack::approximateBytes() const
+{
+    size_t n = sizeof(*this);
+    auto add = [&n](const UndoGroup& g) {
+        n += sizeof(UndoGroup) + g.entries.capacity() * sizeof(UndoEntry);
+        for (const UndoEntry& e : g.entries)
+            if (e.run)
+                n += sizeof(*e.run) + e.run->capacity() * sizeof(e.run->front());
+    };
+    n += (m_undo.capacity() + m_redo.capacity()) * sizeof(UndoGroup);
+    for (const UndoGroup& g : m_undo)
+        add(g);
+    for (const UndoGroup& g : m_redo)
+        add(g);
+    add(m_open);
+    return n;
+}
+
 bool UndoStack::canUndo() const
 {
     return !m_undo.empty() || !m_open.entries.empty();

@@ -65,8 +65,10 @@ public:
     int levelsOfUndo() const { return m_levels; }
     // Called whenever what can be undone or redone, or the action names, may have changed.
     void setChangeHandler(std::function<void()> handler) { m_changed = std::move(handler); }
-    // The entries held, for tests and measurements of the memory the stack keeps.
+    // The entries held (each value of a run counted), for tests and measurements.
     size_t entryCount() const;
+    // The bytes the stack holds in its groups and entries (text values' own storage aside).
+    size_t approximateBytes() const;
 
     // While coalescing `attribute`, its changes go into one AttributeRun entry of the open group.
     void beginCoalescing(int attribute);

@@ -1,5 +1,6 @@
 #include "support/storefixture.h"
 
+#include "model/task.h"
 #include "store/objecturi.h"
 
 
@@ -296,4 +297,62 @@ TEST_F(ObjectContextTest, KeyValueAccessChecksKeysAndKinds)
     EXPECT_FALSE(t->setRecordForKey(u"parentProject", c).isOk()); // wrong entity
     EXPECT_FALSE(c->setRecordForKey(u"tasks", t).isOk());          // to-many
     EXPECT_EQ(t->parentContext(), c);
+}
+
+// The Edit menu's view of the stack: names, a signal only when what it shows changes, a bounded number
+// of steps, and one entry for a run of writes to one attribute, which undo and redo keep as one.
+TEST_F(ObjectContextTest, UndoStackForTheEditMenu)
+{
+    Context* home = newContext(QStringLiteral("Home"));
+    std::vector<Task*> tasks;
+    for (int i = 0; i < 300; ++i)
+        tasks.push_back(newTask(QStringLiteral("t%1").arg(i), home));
+    context->processPendingChanges();
+    UndoStack& undo = context->undoManager();
+    undo.removeAllActions();
+    std::vector<Value> before;
+    for (Task* t : tasks)
+        before.push_back(t->primitiveValue(Task::Attr::positionInContext));
+    int signals = 0;
+    QObject::connect(context.get(), &ObjectContext::undoStateChanged, [&signals] { ++signals; });
+
+    {
+        UndoGrouping step(undo, QStringLiteral("Renumber"));
+        UndoCoalescing oneEntry(undo, Task::Attr::positionInContext);
+        for (int i = 0; i < 300; ++i)
+            tasks[size_t(i)]->setPositionInContext(300 - i);
+    }
+    EXPECT_EQ(undo.undoActionName(), QStringLiteral("Renumber"));
+    EXPECT_EQ(undo.entryCount(), 300u);
+    EXPECT_LT(undo.approximateBytes(), 300 * sizeof(UndoEntry)) << "a run is kept compactly";
+    const int afterStep = signals;
+    EXPECT_GE(afterStep, 1);
+    undo.setActionName(QStringLiteral("Renumber"));
+    EXPECT_EQ(signals, afterStep) << "nothing the menu shows changed";
+
+    context->undo();
+    for (size_t i = 0; i < tasks.size(); ++i)
+        EXPECT_EQ(tasks[i]->primitiveValue(Task::Attr::positionInContext), before[i]);
+    EXPECT_EQ(undo.redoActionName(), QStringLiteral("Renumber"));
+    EXPECT_FALSE(undo.canUndo());
+    EXPECT_EQ(undo.entryCount(), 300u) << "the redo side is one run too";
+    context->redo();
+    for (int i = 0; i < 300; ++i)
+        EXPECT_EQ(tasks[size_t(i)]->positionInContext(), 300 - i);
+    EXPECT_GT(signals, afterStep);
+
+    // Past the limit the oldest steps go.
+    undo.removeAllActions();
+    undo.setLevelsOfUndo(3);
+    for (int i = 0; i < 5; ++i) {
+        UndoGrouping step(undo, QStringLiteral("Step %1").arg(i));
+        tasks[0]->setPriority(i);
+    }
+    int undone = 0;
+    while (undo.canUndo()) {
+        context->undo();
+        ++undone;
+    }
+    EXPECT_EQ(undone, 3);
+    EXPECT_EQ(tasks[0]->priority(), 1);
 }
