@@ -12,7 +12,10 @@
 #include "model/archivecategory.h"
 #include "model/smartfolder.h"
 #include "store/log.h"
+#include "store/objectcontext.h"
+#include "store/recordjson.h"
 
+#include <QJsonObject>
 #include <QLocale>
 #include <QRegularExpression>
 
@@ -413,4 +416,37 @@ TEST_F(TaskListTest, RepairOldProjects)
     EXPECT_EQ(QString::fromUtf8(text).split(u'\n', Qt::SkipEmptyParts), QStringList({u"Controlling old projects..."_s, u"Repairing old projects..."_s, u"Creating path names for old projects..."_s}));
     EXPECT_TRUE(top->active() && sub->active());
     EXPECT_EQ(sub->pathName(), u" > Sub"_s);
+}
+
+// Each command is one undo step with the name the Edit menu shows, and undoing it gives the state back.
+TEST_F(TaskListTest, CommandsAreNamedUndoSteps)
+{
+    Context* home = folder(u"Home"_s);
+    for (const char* name : {"one", "two", "three"})
+        addTask(QString::fromLatin1(name), home);
+    switcher().contextController().selectRecord(home);
+    ContextTasksArrayController& list = switcher().contextTasks();
+    struct Case {
+        const char* name;
+        std::function<void()> command;
+    };
+    const Case cases[] = {
+        {"Complete Task", [&] { list.markAsDone(); }},
+        {"Reopen Task", [&] { list.markAsDone(); }},
+        {"Flag as Next Action", [&] { list.flagAsNextAction(); }},
+        {"Set Priority", [&] { list.setPriority(1); }},
+        {"Set Due Date", [&] { list.setDueDateToToday(); }},
+        {"Delete Task", [&] { list.remove(); }},
+    };
+    for (const Case& c : cases) {
+        context->processPendingChanges();
+        list.selectObject(list.arrangedObjects()[0]);
+        const QJsonObject before = storeToJson(*context);
+        c.command();
+        context->processPendingChanges();
+        EXPECT_EQ(context->undoManager().undoActionName(), QString::fromLatin1(c.name));
+        context->undo();
+        EXPECT_EQ(storeToJson(*context), before) << c.name;
+        context->redo();
+    }
 }
