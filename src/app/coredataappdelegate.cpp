@@ -118,7 +118,7 @@ Status CoreData_AppDelegate::loadPersistentStoreCoordinator()
     // Before anything walks the trees: a walk up a loop of parents would not end.
     m_repairMessages = breakParentLoops(context);
     if (!m_repairMessages.isEmpty())
-        context.save(); // a failure shows again at the next save
+        static_cast<void>(context.save()); // a failure shows again at the next save
     return context.setMetadata({{QString::fromLatin1(kStoreVersionKey), QString::fromLatin1(kStoreVersion)}});
 }
 

@@ -27,6 +27,6 @@ Result<Task*> QuickTypeInController::quickTypeInDone(const QString& line, ParseR
     values.tags = parsed->tags.value_or(QString());
     Task* task = addNewTask(m_context, values);
     // As the window does: a failed save is not reported here; the next save tries again.
-    m_context.save();
+    saveOrLog(m_context);
     return task;
 }

@@ -75,7 +75,8 @@ QString describeValue(const Value& v)
 void apply(Record* record, const Assignment& a)
 {
     if (a.attribute >= 0) {
-        record->setValueForKey(a.key, a.value);
+        // Checked when the assignments were read: a key and value of the right kind.
+        static_cast<void>(record->setValueForKey(a.key, a.value));
         return;
     }
     // A task changes context or project as the lists move it: the orders on both sides stay dense.
@@ -89,7 +90,7 @@ void apply(Record* record, const Assignment& a)
             return;
         }
     }
-    record->setRecordForKey(a.key, a.target);
+    static_cast<void>(record->setRecordForKey(a.key, a.target));
 }
 
 // The model refuses some changes without a word: a start date at or after the due date, a due date at or

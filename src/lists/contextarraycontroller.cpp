@@ -24,7 +24,7 @@ Context* ContextArrayController::addNewContext(const QString& name)
 {
     auto* context = store().insertNewObject<Context>(QStringLiteral("context"));
     context->setName(name);
-    store().save();
+    saveOrLog(store());
     ListHost& host = m_views.host();
     m_views.selectTab(TaskView::Contexts);
     host.focusFolderList();

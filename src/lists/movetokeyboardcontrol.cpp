@@ -25,10 +25,10 @@ bool MoveToKeyboardControl::handle(const KeyPress& key)
             m_sheet.moveDone();
         return true;
     case Qt::Key_Right:
-        stepNext();
+        static_cast<void>(stepNext());
         return true;
     case Qt::Key_Left:
-        stepPrevious();
+        static_cast<void>(stepPrevious());
         return true;
     case Qt::Key_Tab:
         m_sheet.host().selectNextKeyView();

@@ -31,7 +31,7 @@ SmartFolder* SmartFoldersArrayController::addNewSmartFolder(const QString& name)
 {
     auto* folder = m_context.insertNewObject<SmartFolder>(QStringLiteral("smartFolder"));
     folder->setName(name);
-    m_context.save();
+    saveOrLog(m_context);
     m_host.showAllTasksView();
     m_host.focusFolderList();
     m_selected = folder;

@@ -28,7 +28,7 @@ int prepareStoreForWork(ObjectContext& context)
         auto* inbox = context.insertNewObject<Context>(QStringLiteral("context"));
         inbox->setName(QStringLiteral("Inbox"));
         inbox->setIsInbox(true);
-        context.save();
+        saveOrLog(context);
     }
 
     auto allTasks = fetch(context, "smartFolder", "isAllPending == 1");
@@ -40,7 +40,7 @@ int prepareStoreForWork(ObjectContext& context)
         auto* folder = context.insertNewObject<SmartFolder>(QStringLiteral("smartFolder"));
         folder->setName(QStringLiteral("All tasks"));
         folder->setIsAllPending(true);
-        context.save();
+        saveOrLog(context);
     }
 
     auto nextAction = fetch(context, "smartFolder", "isNextAction == 1");
@@ -48,13 +48,13 @@ int prepareStoreForWork(ObjectContext& context)
         logLine(QStringLiteral("Error searching for next action smart folder..."));
     } else if (!nextAction->empty()) {
         context.deleteObject(nextAction->front());
-        context.save();
+        saveOrLog(context);
     }
 
     logLine(QStringLiteral("Cleaning up tasks at startup..."));
     const int cleaned = CleanUpController::cleanUpTasks(context);
     if (cleaned > 0)
-        context.save();
+        saveOrLog(context);
     return cleaned;
 }
 

@@ -1,6 +1,7 @@
 #include "store/objectcontext.h"
 
 #include "store/datafilelock.h"
+#include "store/log.h"
 #include "store/objecturi.h"
 #include "store/packedvalues.h"
 #include "store/record.h"
@@ -560,4 +561,10 @@ void ObjectContext::undo()
 void ObjectContext::redo()
 {
     applyReversal(UndoStack::Direction::Redo);
+}
+
+void saveOrLog(ObjectContext& context)
+{
+    if (Status s = context.save(); !s.isOk())
+        logLine(QStringLiteral("Could not save the data file: %1").arg(s.toString()));
 }

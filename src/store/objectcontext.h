@@ -182,3 +182,7 @@ private:
     UndoState m_undoState;
     quint64 m_changeCount = 0;
 };
+
+// Saves where nobody waits for the answer (the steps of the start, a new folder): a failure is logged,
+// and the changes stay pending for the next save.
+void saveOrLog(ObjectContext& context);

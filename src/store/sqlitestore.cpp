@@ -261,7 +261,7 @@ Status SqliteStore::initialize()
     if (Status s = exec("BEGIN IMMEDIATE"); !s.isOk())
         return s;
     auto fail = [this](Status s) {
-        exec("ROLLBACK");
+        static_cast<void>(exec("ROLLBACK")); // the failure that led here is the one reported
         return s;
     };
     int format = kFileFormat;
@@ -581,7 +581,7 @@ Status SqliteStore::setMetadata(const QVariantMap& metadata)
         }
     }
     if (!status.isOk()) {
-        exec("ROLLBACK");
+        static_cast<void>(exec("ROLLBACK")); // the failure that led here is the one reported
         return status;
     }
     return exec("COMMIT");
@@ -702,14 +702,14 @@ Status SqliteStore::save(const Changes& changes, const ObjectContext& context)
     // room for the duration of the save only.
     const bool large = changes.inserted.size() + changes.updated.size() + changes.deleted.size() > 2000;
     if (large)
-        exec("PRAGMA cache_size=-65536");
+        static_cast<void>(exec("PRAGMA cache_size=-65536")); // only a matter of speed
     struct RestoreCache {
         SqliteStore* store;
         bool active;
         ~RestoreCache()
         {
             if (active)
-                store->exec("PRAGMA cache_size=-2000");
+                static_cast<void>(store->exec("PRAGMA cache_size=-2000"));
         }
     } restoreCache {this, large};
     if (Status s = exec("BEGIN IMMEDIATE"); !s.isOk())
@@ -762,7 +762,7 @@ Status SqliteStore::save(const Changes& changes, const ObjectContext& context)
     if (ok)
         ok = (status = exec("COMMIT")).isOk();
     if (!ok) {
-        exec("ROLLBACK");
+        static_cast<void>(exec("ROLLBACK")); // the failure that led here is the one reported
         return status.isOk() ? error(QStringLiteral("Saving %1").arg(m_path)) : status;
     }
     return Status::ok();

@@ -9,7 +9,7 @@
 
 // Failures are values: every store and file operation returns a Status (or a Result<T>, a value or a
 // Status), never throws. A caller can tell "not found" from a real failure by the code.
-class Status {
+class [[nodiscard]] Status {
 public:
     enum class Code { Ok, NotFound, InvalidArgument, IoError, Corruption, Busy };
 
@@ -36,7 +36,7 @@ private:
 
 // A value or the Status that explains why there is none.
 template <typename T>
-class Result {
+class [[nodiscard]] Result {
 public:
     Result(T value) : m_value(std::move(value)) {}
     // A failure without a reason is a mistake of the caller's; it still reads as a failure.

@@ -149,7 +149,7 @@ TEST_F(TaskNameAnalyzerTest, TheTraceInTheLog)
 {
     std::FILE* log = std::tmpfile();
     setLogSink(log);
-    TaskNameAnalyzer(*context, fakeDate).parseTaskName(QStringLiteral("@zz Plan {t} [Nope]: go! #d1, d2"));
+    static_cast<void>(TaskNameAnalyzer(*context, fakeDate).parseTaskName(QStringLiteral("@zz Plan {t} [Nope]: go! #d1, d2")));
     setLogSink(nullptr);
     std::rewind(log);
     QFile f;

@@ -193,8 +193,9 @@ TEST_F(CliTest, LoadThenDumpGivesEverythingBackWithStableURIs)
             }
             // Flags the file leaves out get a new record's values; every other absent value stays absent.
             for (const QString& key : b.keys())
-                if (!a.contains(key) && key != QLatin1String("uri"))
+                if (!a.contains(key) && key != QLatin1String("uri")) {
                     EXPECT_TRUE(b.value(key).isBool() || key.startsWith(QLatin1String("positionIn"))) << array.toStdString() << "." << key.toStdString();
+                }
         }
     }
     EXPECT_EQ(output.value(QStringLiteral("tasks")).toArray()[0].toObject().value(QStringLiteral("parentContext")).toString(), QStringLiteral("->Garden"));

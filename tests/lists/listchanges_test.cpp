@@ -26,8 +26,9 @@ public:
 
     void listWillChange(const ListChange& change) override
     {
-        if (change.kind != ListChange::Kind::Reset)
+        if (change.kind != ListChange::Kind::Reset) {
             EXPECT_EQ(copy, m_rows()) << "before " << qPrintable(change.toString());
+        }
     }
     void listDidChange(const ListChange& change) override
     {
@@ -234,7 +235,7 @@ TEST_F(ListChangesTest, ReplayedStepsGiveTheNewArrangement)
             else if (rng() % 3)
                 w.list->rearrangeObjects();
             EXPECT_EQ(w.replica->copy, w.list->arrangedObjects()) << int(w.view);
-            if (!w.replica->log.isEmpty() && w.replica->log.last() != u"reset"_s || rng() % 3 == 0) {
+            if ((!w.replica->log.isEmpty() && w.replica->log.last() != u"reset"_s) || rng() % 3 == 0) {
                 w.list->rearrangeObjects();
                 EXPECT_EQ(w.replica->copy, freshArrangement(*w.list)) << int(w.view) << " " << qPrintable(w.replica->log.join(u", "_s));
             }
@@ -260,7 +261,7 @@ TEST_F(ListChangesTest, OneChangeGivesOneStep)
         QStringList atRearrange;
     };
     const int nameBit = Task::Attr::name;
-    const int projectBit = Task::Attr::Count + Task::Rel::parentProject;
+    const int projectBit = int(Task::Attr::Count) + int(Task::Rel::parentProject);
     auto update = [](int row, int bit) { return ListChange{ListChange::Kind::Update, row, row, 0, std::uint64_t(1) << bit}.toString(); };
     const std::vector<Case> cases{
         {"a name that keeps the row", [](Task* t, Project*) { t->setName(u"b2"_s); }, {update(1, nameBit)}, {}},

@@ -161,7 +161,7 @@ TEST_F(TaskListTest, CompletedAndArchiveViews)
         t->setArchived(true);
         category->addTasksObject(t);
     }
-    category->tasks().back()->setValueForKey(u"nextAction"_s, Value::boolean(true));
+    ASSERT_TRUE(category->tasks().back()->setValueForKey(u"nextAction"_s, Value::boolean(true)).isOk());
     switcher().archiveCategoryController().selectRecord(category);
 
     expectViews(TaskView::Completed, {{"done, cleaned up or not, not archived", {}, {}, {u"done"_s, u"done and cleaned"_s}},

@@ -29,10 +29,12 @@ void expectDerivedValuesRight(const Folder* f, const char* kind)
     const std::string who = std::string(kind) + " " + f->name().toStdString();
     for (int k = 0; k < kTaskCounterKinds; ++k) {
         const auto counter = TaskCounter(k);
-        if (f->isCounterComputed(counter, false))
+        if (f->isCounterComputed(counter, false)) {
             EXPECT_EQ(f->savedCount(counter, false), sizeOf(f->taskQuery(counter))) << who << " own counter " << k;
-        if (f->isCounterComputed(counter, true))
+        }
+        if (f->isCounterComputed(counter, true)) {
             EXPECT_EQ(f->savedCount(counter, true), sizeOf(f->taskQueryIncludingSubtree(counter))) << who << " subtree counter " << k;
+        }
     }
     EXPECT_EQ(f->uncompletedTasksCount(), sizeOf(f->uncompletedTasks())) << who << " open tasks";
     QString path = f->name();
@@ -145,11 +147,13 @@ TEST_F(ChangePathTest, EveryKindOfChangeKeepsDerivedValuesRight)
             for (Project* p : projects)
                 expectDerivedValuesRight(p, "project");
             for (Task* task : tasks)
-                if (!task->isDeleted())
+                if (!task->isDeleted()) {
                     EXPECT_FALSE(task->primitiveValue(Task::Attr::cleanedUp).isNull() || task->primitiveValue(Task::Attr::done).isNull()) << task->name().toStdString();
+                }
             for (Context* c : contexts)
-                if (!c->isDeleted())
+                if (!c->isDeleted()) {
                     EXPECT_EQ(positionsOf(*c->uncompletedTasks(), Task::Attr::positionInContext), oneTo(c->uncompletedTasks()->size())) << c->name().toStdString();
+                }
             for (Project* p : projects)
                 EXPECT_EQ(positionsOf(*p->uncompletedTasks(), Task::Attr::positionInProject), oneTo(p->uncompletedTasks()->size())) << p->name().toStdString();
             if (HasFailure())

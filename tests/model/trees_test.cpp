@@ -145,8 +145,9 @@ TEST_F(TreesTest, PathNamesFollowEveryChangeIncludingUndoAndRedo)
                     ASSERT_TRUE(c->hasPathName(expected));
                 }
             for (Project* p : projects)
-                if (!p->isDeleted())
+                if (!p->isDeleted()) {
                     ASSERT_EQ(p->valueForKey(u"pathName").toString(), expectedPath(p, &Project::parentProject)) << "step " << step << " " << p->name();
+                }
         };
         for (int step = 0; step < 300; ++step) {
             Context* c = contexts[size_t(below(int(contexts.size())))];
