@@ -3,6 +3,7 @@
 
 #include "app/datafilepaths.h"
 #include "app/preferences.h"
+#include "model/absentflags.h"
 #include "model/modelenvironment.h"
 #include "model/parentloops.h"
 #include "model/startupdata.h"
@@ -99,7 +100,7 @@ Status CoreData_AppDelegate::loadPersistentStoreCoordinator()
             // would hide the old data for good, since only a missing SQL file sends us to the XML one.
             Status converted = Status::ok();
             if (auto document = readXmlStore(m_oldDataFilePath))
-                converted = writeSqliteStore(*document, m_dataFilePath, managedObjectModel());
+                converted = writeSqliteStore(*document, m_dataFilePath, managedObjectModel(), &adoptLoadedRecords);
             else
                 converted = document.status();
             if (!converted.isOk()) {

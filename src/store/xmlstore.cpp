@@ -145,7 +145,8 @@ Status writeXmlStore(const ObjectContext& context, const QString& path)
     return Status::ok();
 }
 
-Status writeSqliteStore(const RecordDocument& document, const QString& sqlPath, std::shared_ptr<const DataModel> model)
+Status writeSqliteStore(const RecordDocument& document, const QString& sqlPath, std::shared_ptr<const DataModel> model,
+                        const AdoptRecords& adopt)
 {
     const QString partial = sqlPath + QStringLiteral(".converting");
     QFile::remove(partial);
@@ -155,8 +156,11 @@ Status writeSqliteStore(const RecordDocument& document, const QString& sqlPath, 
         ObjectContext context(model);
         context.undoManager().setEnabled(false);
         status = context.addSqliteStore(partial);
+        std::vector<Record*> created;
         if (status.isOk())
-            status = importDocument(context, document);
+            status = importDocument(context, document, &created);
+        if (status.isOk() && adopt)
+            adopt(context, created);
         if (status.isOk())
             status = context.save();
     }

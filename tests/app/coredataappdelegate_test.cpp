@@ -2,6 +2,7 @@
 #include "app/preferences.h"
 #include "model/context.h"
 #include "model/datamodel.h"
+#include "model/task.h"
 #include "store/log.h"
 #include "store/objectcontext.h"
 #include "store/sqlitestore.h"
@@ -77,9 +78,24 @@ TEST(CoreDataAppDelegate, AnOldXmlDataFileIsConvertedOnceAndKept)
         auto* b = old.insertNewObject<Context>(QStringLiteral("context"));
         b->setName(QStringLiteral("Calls"));
         b->setParentContext(a);
+        // A task of an older release that never had its flags set.
+        auto* call = old.insertNewObject<Task>(QStringLiteral("task"));
+        call->setPrimitiveValue(Task::Attr::name, Value::string(QStringLiteral("call Bob")));
+        call->setToOne(Task::Rel::parentContext, b);
         ASSERT_TRUE(writeXmlStore(old, folder + QStringLiteral("/Vyro.xml")).isOk());
     }
     const StartResult first = start(folder, dir.filePath(QStringLiteral("prefs.ini")));
+    {
+        // Converted whole: the flags the file left out have a new task's values, and it has its place.
+        ObjectContext converted(managedObjectModel());
+        ASSERT_TRUE(converted.addSqliteStore(folder + QStringLiteral("/Vyro.sql")).isOk());
+        const std::vector<Record*> tasks = converted.allObjects(QStringLiteral("task"));
+        ASSERT_EQ(tasks.size(), 1u);
+        for (int flag : {Task::Attr::done, Task::Attr::cleanedUp, Task::Attr::archived, Task::Attr::nextAction, Task::Attr::maybe,
+                         Task::Attr::waitingFor, Task::Attr::delegated})
+            EXPECT_EQ(tasks[0]->primitiveValue(flag), Value::boolean(false)) << flag;
+        EXPECT_EQ(tasks[0]->primitiveValue(Task::Attr::positionInContext), Value::integer(1));
+    }
     ASSERT_TRUE(first.status.isOk());
     EXPECT_EQ(first.log, QStringList({"No SQL store..", "...migrating XML store..", "XML store migrated to SQL store", "Loading SQL store..."}));
     EXPECT_EQ(first.contexts, 2);
