@@ -33,9 +33,9 @@ qint64 integerKey(const Value& v)
     return v.kind() == Value::Kind::Date ? v.dateMSecs() : v.integral();
 }
 
-// One key whose values are all numbers without fractions, dates or absent: sorted as (key, position)
-// pairs, which keeps equal keys in their old order without a stable sort.
-bool sortByIntegerKey(std::vector<Record*>& records, const std::vector<Value>& values, const SortDescriptor& d)
+} // namespace
+
+bool sortByIntegerKey(std::vector<Record*>& records, const std::vector<Value>& values, const SortDescriptor& d, SortTies ties)
 {
     bool dates = false;
     bool numbers = false;
@@ -48,34 +48,42 @@ bool sortByIntegerKey(std::vector<Record*>& records, const std::vector<Value>& v
     }
     if (dates && numbers) // no order between the two kinds
         return false;
-    // Absent values keep their order at one end; only the others need sorting.
+    // Sorted as (key, tie, place) triples: equal keys keep their order, or go by primary key, without a
+    // stable sort. Absent values stay together at one end.
+    struct Keyed {
+        qint64 key;
+        qint64 tie;
+        quint32 index;
+        bool operator<(const Keyed& o) const { return key != o.key ? key < o.key : tie < o.tie; }
+    };
     const bool nullsFirst = !d.nullsLast && d.ascending;
-    std::vector<std::pair<qint64, quint32>> keyed;
-    std::vector<quint32> absent;
+    std::vector<Keyed> keyed;
+    std::vector<Keyed> absent;
     keyed.reserve(values.size());
     for (size_t i = 0; i < values.size(); ++i) {
+        const qint64 tie = ties == SortTies::ByPrimaryKey ? records[i]->primaryKey() : qint64(i);
         if (values[i].isNull())
-            absent.push_back(quint32(i));
+            absent.push_back({0, tie, quint32(i)});
         else // negated for descending; clamped so that the negation cannot overflow
-            keyed.emplace_back(d.ascending ? integerKey(values[i]) : -std::max(integerKey(values[i]), -std::numeric_limits<qint64>::max()),
-                               quint32(i));
+            keyed.push_back({d.ascending ? integerKey(values[i]) : -std::max(integerKey(values[i]), -std::numeric_limits<qint64>::max()),
+                             tie, quint32(i)});
     }
     std::sort(keyed.begin(), keyed.end());
+    if (ties == SortTies::ByPrimaryKey)
+        std::sort(absent.begin(), absent.end());
     std::vector<Record*> sorted;
     sorted.reserve(records.size());
     if (nullsFirst)
-        for (quint32 i : absent)
-            sorted.push_back(records[i]);
-    for (const auto& [key, i] : keyed)
-        sorted.push_back(records[i]);
+        for (const Keyed& k : absent)
+            sorted.push_back(records[k.index]);
+    for (const Keyed& k : keyed)
+        sorted.push_back(records[k.index]);
     if (!nullsFirst)
-        for (quint32 i : absent)
-            sorted.push_back(records[i]);
+        for (const Keyed& k : absent)
+            sorted.push_back(records[k.index]);
     records.swap(sorted);
     return true;
 }
-
-} // namespace
 
 int SortDescriptor::compareValues(const Value& a, const Value& b) const
 {
@@ -112,7 +120,7 @@ void sortRecordsByKeys(std::vector<Record*>& records, const QList<SortDescriptor
     if (descriptors.isEmpty() || records.size() < 2)
         return;
     const size_t keys = size_t(descriptors.size());
-    if (keys == 1 && sortByIntegerKey(records, values, descriptors.front()))
+    if (keys == 1 && sortByIntegerKey(records, values, descriptors.front(), SortTies::KeepOrder))
         return;
     std::vector<size_t> order(records.size());
     for (size_t i = 0; i < order.size(); ++i)

@@ -40,6 +40,12 @@ void sortRecords(std::vector<Record*>& records, const QList<SortDescriptor>& des
 void appendSortKeys(const Record& record, const QList<SortDescriptor>& descriptors, std::vector<Value>& keys);
 void sortRecordsByKeys(std::vector<Record*>& records, const QList<SortDescriptor>& descriptors, const std::vector<Value>& keys);
 
+// Sorting by one key whose values (`values`, beside `records`) are all whole numbers, or all dates, or
+// absent, without a comparison call per pair; equal keys keep their order or go by primary key. Answers
+// false, doing nothing, for any other key.
+enum class SortTies { KeepOrder, ByPrimaryKey };
+bool sortByIntegerKey(std::vector<Record*>& records, const std::vector<Value>& values, const SortDescriptor& d, SortTies ties);
+
 struct FetchRequest {
     FetchRequest() = default;
     explicit FetchRequest(const QString& entityName, std::optional<Predicate> predicate = std::nullopt)

@@ -45,22 +45,23 @@ void UndoStack::closeImplicitGroup()
     changed();
 }
 
+void UndoStack::trim(std::vector<UndoGroup>& groups) const
+{
+    if (m_levels > 0 && groups.size() > size_t(m_levels))
+        groups.erase(groups.begin(), groups.end() - m_levels);
+}
+
 void UndoStack::pushUndoGroup(UndoGroup group)
 {
     m_undo.push_back(std::move(group));
-    if (m_levels > 0 && m_undo.size() > size_t(m_levels))
-        m_undo.erase(m_undo.begin(), m_undo.end() - m_levels);
+    trim(m_undo);
 }
 
 void UndoStack::setLevelsOfUndo(int levels)
 {
     m_levels = std::max(0, levels);
-    if (m_levels > 0) {
-        if (m_undo.size() > size_t(m_levels))
-            m_undo.erase(m_undo.begin(), m_undo.end() - m_levels);
-        if (m_redo.size() > size_t(m_levels))
-            m_redo.erase(m_redo.begin(), m_redo.end() - m_levels);
-    }
+    trim(m_undo);
+    trim(m_redo);
     changed();
 }
 

@@ -87,6 +87,8 @@ public:
 private:
     enum class State { Normal, Undoing, Redoing };
     void pushUndoGroup(UndoGroup group);
+    // Drops the oldest groups past the limit.
+    void trim(std::vector<UndoGroup>& groups) const;
     void changed() const
     {
         if (m_changed)
