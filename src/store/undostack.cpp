@@ -65,36 +65,35 @@ void UndoStack::setLevelsOfUndo(int levels)
     changed();
 }
 
+template <typename Visit>
+void UndoStack::forEachGroup(Visit visit) const
+{
+    for (const UndoGroup& g : m_undo)
+        visit(g);
+    for (const UndoGroup& g : m_redo)
+        visit(g);
+    visit(m_open);
+}
+
 size_t UndoStack::entryCount() const
 {
     size_t n = 0;
-    auto add = [&n](const UndoGroup& g) {
+    forEachGroup([&n](const UndoGroup& g) {
         for (const UndoEntry& e : g.entries)
             n += e.run ? e.run->size() : 1;
-    };
-    for (const UndoGroup& g : m_undo)
-        add(g);
-    for (const UndoGroup& g : m_redo)
-        add(g);
-    add(m_open);
+    });
     return n;
 }
 
 size_t UndoStack::approximateBytes() const
 {
-    size_t n = sizeof(*this);
-    auto add = [&n](const UndoGroup& g) {
+    size_t n = sizeof(*this) + (m_undo.capacity() + m_redo.capacity()) * sizeof(UndoGroup);
+    forEachGroup([&n](const UndoGroup& g) {
         n += sizeof(UndoGroup) + g.entries.capacity() * sizeof(UndoEntry);
         for (const UndoEntry& e : g.entries)
             if (e.run)
                 n += sizeof(*e.run) + e.run->capacity() * sizeof(e.run->front());
-    };
-    n += (m_undo.capacity() + m_redo.capacity()) * sizeof(UndoGroup);
-    for (const UndoGroup& g : m_undo)
-        add(g);
-    for (const UndoGroup& g : m_redo)
-        add(g);
-    add(m_open);
+    });
     return n;
 }
 

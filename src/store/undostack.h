@@ -87,6 +87,8 @@ public:
 private:
     enum class State { Normal, Undoing, Redoing };
     void pushUndoGroup(UndoGroup group);
+    template <typename Visit>
+    void forEachGroup(Visit visit) const;
     // Drops the oldest groups past the limit.
     void trim(std::vector<UndoGroup>& groups) const;
     void changed() const
