@@ -4,6 +4,7 @@
 #include "model/modelenvironment.h"
 #include "store/objectcontext.h"
 #include "store/predicate.h"
+#include "store/recordwalk.h"
 #include "store/preparedpredicates.h"
 
 #include <algorithm>
@@ -36,19 +37,11 @@ void countMatches(const std::vector<Record*>& candidates, const Predicate* const
     if (n > 0 && !entries.empty()) {
         const PreparedPredicates prepared(entries, candidates.front()->entity());
         const std::uint32_t all = (std::uint32_t(1) << entries.size()) - 1;
-        for (size_t i = 0; i < n; ++i) {
-            // The tasks of a folder lie anywhere in memory: start loading the ones a little further on.
-            if (i + 16 < n)
-                __builtin_prefetch(candidates[i + 16]);
-            if (i + 8 < n)
-                candidates[i + 8]->prefetch();
-            Record* r = candidates[i];
-            if (r->isDeleted())
-                continue;
-            const std::uint32_t holds = prepared.evaluate(*r, all);
+        forEachLiveRecord(candidates, [&](const Record& r) {
+            const std::uint32_t holds = prepared.evaluate(r, all);
             for (size_t e = 0; e < entries.size(); ++e)
                 found[e] += holds >> e & 1;
-        }
+        });
     }
     for (size_t e = 0; e < entries.size(); ++e)
         counts[kindOf[e]] = found[e];
@@ -184,25 +177,17 @@ bool countWaitingFoldersInOnePass(const Record& folder, int tasksRelationship, F
 
     std::vector<std::array<qint64, kTaskCounterKinds>> found(waiting.size());
     const int parent = tasksRel.inverseIndex;
-    for (size_t i = 0, n = tasks.size(); i < n; ++i) {
-        // Ahead of use: the task itself, and once it is in, the values and links it points at.
-        if (i + 16 < n)
-            __builtin_prefetch(tasks[i + 16].get());
-        if (i + 8 < n)
-            tasks[i + 8]->prefetch();
-        const Record* task = tasks[i].get();
-        if (task->isDeleted())
-            continue;
-        Record* f = task->toOne(parent);
+    forEachLiveRecord(tasks, [&](const Record& task) {
+        Record* f = task.toOne(parent);
         if (!f || quint64(f->primaryKey()) > quint64(highestKey))
-            continue;
+            return;
         const int slot = slotOfKey[size_t(f->primaryKey())];
         if (slot < 0 || waiting[size_t(slot)].folder != f)
-            continue;
-        const std::uint32_t holds = prepared.evaluate(*task, wanted[size_t(slot)], f);
+            return;
+        const std::uint32_t holds = prepared.evaluate(task, wanted[size_t(slot)], f);
         for (int k = 0; k < kTaskCounterKinds; ++k)
             found[size_t(slot)][size_t(k)] += holds >> k & 1;
-    }
+    });
     for (size_t i = 0; i < waiting.size(); ++i)
         for (int k = 0; k < kTaskCounterKinds; ++k)
             if (wanted[i] >> k & 1)
