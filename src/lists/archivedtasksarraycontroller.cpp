@@ -25,11 +25,7 @@ std::vector<Task*> ArchivedTasksArrayController::content() const
 
 bool ArchivedTasksArrayController::contentContains(const Task& task) const
 {
-    ArchiveCategory* folder = task.parentArchiveCategory();
-    if (!folder)
-        return false;
-    const std::vector<ArchiveCategory*> folders = viewSwitcher().archiveCategoryController().selectedObjects();
-    return std::find(folders.begin(), folders.end(), folder) != folders.end();
+    return isContentFolder(task.parentArchiveCategory());
 }
 
 std::vector<Record*> ArchivedTasksArrayController::contentFolders() const

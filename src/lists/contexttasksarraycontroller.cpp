@@ -27,11 +27,7 @@ std::vector<Task*> ContextTasksArrayController::content() const
 
 bool ContextTasksArrayController::contentContains(const Task& task) const
 {
-    Context* folder = task.parentContext();
-    if (!folder)
-        return false;
-    const std::vector<Context*> folders = viewSwitcher().contextController().selectedObjects();
-    return std::find(folders.begin(), folders.end(), folder) != folders.end();
+    return isContentFolder(task.parentContext());
 }
 
 std::vector<Record*> ContextTasksArrayController::contentFolders() const

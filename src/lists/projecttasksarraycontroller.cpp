@@ -34,11 +34,7 @@ std::vector<Task*> ProjectTasksArrayController::content() const
 
 bool ProjectTasksArrayController::contentContains(const Task& task) const
 {
-    Project* folder = task.parentProject();
-    if (!folder)
-        return false;
-    const std::vector<Project*> folders = viewSwitcher().projectController().selectedObjects();
-    return std::find(folders.begin(), folders.end(), folder) != folders.end();
+    return isContentFolder(task.parentProject());
 }
 
 std::vector<Record*> ProjectTasksArrayController::contentFolders() const

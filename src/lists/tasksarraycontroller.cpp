@@ -102,6 +102,14 @@ bool TasksArrayController::shows(Task* task) const
     return !task->isDeleted() && contentContains(*task) && (!m_filter || m_filter->evaluate(*task));
 }
 
+bool TasksArrayController::isContentFolder(const Record* folder) const
+{
+    if (!folder)
+        return false;
+    const std::vector<Record*> folders = contentFolders();
+    return std::find(folders.begin(), folders.end(), folder) != folders.end();
+}
+
 void TasksArrayController::noteChanges(const ChangeBatch& batch, bool report) const
 {
     if (m_pending == Pending::Whole)

@@ -58,6 +58,8 @@ public:
     virtual bool contentContains(const Task&) const { return false; }
     // The folders whose tasks make the content; when they change the list is arranged whole.
     virtual std::vector<Record*> contentFolders() const { return {}; }
+    // Whether `folder` is one of contentFolders() (false for none).
+    bool isContentFolder(const Record* folder) const;
 
     const std::optional<Predicate>& filterPredicate() const { return m_filter; }
     void setFilterPredicate(std::optional<Predicate> predicate);

@@ -1,8 +1,6 @@
 #include "model/absentflags.h"
 
-#include "model/archivecategory.h"
 #include "model/context.h"
-#include "model/modelenvironment.h"
 #include "model/project.h"
 #include "model/task.h"
 #include "model/taskfolder.h"
@@ -11,18 +9,6 @@
 #include <set>
 
 namespace {
-
-void resetFolderCounters(Task* task)
-{
-    if (Context* c = task->parentContext())
-        c->resetTaskCounters(true);
-    if (Project* p = task->parentProject())
-        p->resetTaskCounters(true);
-    if (ArchiveCategory* a = task->parentArchiveCategory()) {
-        a->resetCounterForPendingTasks();
-        a->resetCounterForNextActionTasks();
-    }
-}
 
 // Sets `attribute` to `value` where it is absent; true when it was.
 bool fill(Record* record, int attribute, bool value)
@@ -58,7 +44,7 @@ int repairAbsentFlags(ObjectContext& context)
         for (Record* r : *found) {
             fill(r, step.attribute, false);
             if (auto* task = dynamic_cast<Task*>(r))
-                resetFolderCounters(task);
+                task->resetAllFolderCounters();
             ++repaired;
         }
     }
@@ -90,7 +76,7 @@ void adoptLoadedRecords(ObjectContext& context, const std::vector<Record*>& reco
     std::set<Project*, decltype(byKey)> projects(byKey);
     DeferredRenumbering renumberOnce(context);
     for (Task* task : tasks) {
-        resetFolderCounters(task);
+        task->resetAllFolderCounters();
         if (task->cleanedUp() || task->archived())
             continue;
         // At the end: the count already holds the task, so it is the last place.
@@ -109,9 +95,4 @@ void adoptLoadedRecords(ObjectContext& context, const std::vector<Record*>& reco
         c->calculateTaskPositions();
     for (Project* p : projects)
         p->calculateTaskPositions();
-    for (Context* c : contexts)
-        if (c->isInbox()) {
-            ModelEnvironment::of(*c).postInboxCountHasChanged(c);
-            break;
-        }
 }

@@ -373,7 +373,7 @@ bool Task::isReversing(const Record& record)
     return record.managedObjectContext()->undoManager().isReversing();
 }
 
-void Task::resetAfterReversal(int relationship, Record* oldFolder) const
+void Task::resetAllFolderCounters(int relationship, Record* oldFolder) const
 {
     // Every counter of the folders: the setters' own resets are not known here, and a fresh count is
     // never wrong.
@@ -408,7 +408,7 @@ void Task::resetAfterReversal(int relationship, Record* oldFolder) const
 void Task::attributeChanged(Record& record, int attribute, const Value& oldValue)
 {
     if (isReversing(record))
-        static_cast<const Task&>(record).resetAfterReversal();
+        static_cast<const Task&>(record).resetAllFolderCounters();
     if ((attribute != Attr::cleanedUp && attribute != Attr::archived) || record.isDeleted())
         return;
     const auto& task = static_cast<const Task&>(record);
@@ -424,7 +424,7 @@ void Task::toOneChanged(Record& record, int relationship, Record* oldTarget, Rec
 {
     const auto& task = static_cast<const Task&>(record);
     if (isReversing(record))
-        task.resetAfterReversal(relationship, oldTarget);
+        task.resetAllFolderCounters(relationship, oldTarget);
     if ((relationship != Rel::parentContext && relationship != Rel::parentProject) || record.isDeleted()
         || !countsAsOpen(task.primitiveValue(Attr::cleanedUp), task.primitiveValue(Attr::archived)))
         return;
@@ -456,7 +456,7 @@ void Task::deletedChanged(Record& record, bool deleted)
 {
     const auto& task = static_cast<const Task&>(record);
     if (isReversing(record))
-        task.resetAfterReversal();
+        task.resetAllFolderCounters();
     if (countsAsOpen(task.primitiveValue(Attr::cleanedUp), task.primitiveValue(Attr::archived)))
         task.adjustOpenCounts(deleted ? -1 : 1);
 }

@@ -56,6 +56,11 @@ public:
     // An absent interval count; still gives a task without a start date the start date "Today".
     void clearRecurNumber();
 
+    // Every counter of the task's context, project and archive category (and, for a change of
+    // `relationship`, of the folder it left), and the Inbox told when it is one of them: for changes that
+    // come past the setters (undo and redo, records loaded from a file), whose own resets are not known.
+    void resetAllFolderCounters(int relationship = -1, Record* oldFolder = nullptr) const;
+
     Context* parentContext() const;
     void setParentContext(Context* context);
     Project* parentProject() const;
@@ -106,8 +111,5 @@ private:
     static void deletedChanged(Record& record, bool deleted);
     static void willDelete(Record& record);
     void adjustOpenCounts(qint64 delta) const;
-    // Undo and redo write values past the setters: what the setters would have reset or told is
-    // reset and told here, for the task's folders as they were and as they are.
     static bool isReversing(const Record& record);
-    void resetAfterReversal(int relationship = -1, Record* oldFolder = nullptr) const;
 };
