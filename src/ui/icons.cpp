@@ -1,0 +1,93 @@
+#include "ui/icons.h"
+
+#include <QDir>
+#include <QFile>
+#include <QHash>
+
+namespace {
+
+const QHash<QString, QString>& themeNames()
+{
+    static const QHash<QString, QString> names{
+        {"toolbar_inbox", "mail-folder-inbox"},
+        {"toolbar_contexts", "tag"},
+        {"toolbar_projects", "project-development"},
+        {"toolbar_pending", "view-calendar-tasks"},
+        {"toolbar_completed", "task-complete"},
+        {"toolbar_archive", "archive-insert"},
+        {"toolbar_process", "media-playback-start"},
+        {"toolbar_sync", "view-refresh"},
+        {"context_home", "go-home"},
+        {"context_computer", "computer"},
+        {"context_edit", "document-edit"},
+        {"context_lightbulb", "help-hint"},
+        {"context_mail", "mail-message"},
+        {"context_music", "audio-x-generic"},
+        {"context_office", "x-office-document"},
+        {"context_phone", "call-start"},
+        {"context_shopping", "view-bank-account"},
+        {"context_web", "applications-internet"},
+        {"context_work", "applications-office"},
+        {"file_edit", "text-x-generic"},
+        {"file_web", "text-html"},
+        {"flag", "flag"},
+        {"folder", "folder"},
+        {"smartfolder", "folder-saved-search"},
+        {"star", "starred"},
+        {"attention", "dialog-warning"},
+        {"bt_attention", "dialog-warning"},
+        {"bt_up", "go-up"},
+        {"bt_red_up", "go-up"},
+        {"status_pending", ""},
+        {"status_future", "appointment-soon"},
+        {"status_waitfor", "chronometer"},
+        {"status_delegated", "user-group-new"},
+        {"status_maybe", "help-about"},
+        {"status_nextaction", "flag"},
+        {"statusbar", ""},
+        {"vyro", ""},
+    };
+    return names;
+}
+
+QString baseName(const QString& imageName)
+{
+    const qsizetype dot = imageName.lastIndexOf(QLatin1Char('.'));
+    return dot < 0 ? imageName : imageName.left(dot);
+}
+
+} // namespace
+
+QString themeIconName(const QString& imageName)
+{
+    return themeNames().value(baseName(imageName));
+}
+
+QIcon vyroIcon(const QString& imageName)
+{
+    if (imageName.isEmpty())
+        return {};
+    static QHash<QString, QIcon> cache;
+    const QString base = baseName(imageName);
+    if (auto it = cache.constFind(base); it != cache.constEnd())
+        return *it;
+    const QString fallbackPath = QStringLiteral(":/icons/%1.svg").arg(base);
+    QIcon fallback = QFile::exists(fallbackPath) ? QIcon(fallbackPath) : QIcon();
+    const QString name = themeIconName(base);
+    QIcon icon = name.isEmpty() ? fallback : QIcon::fromTheme(name, fallback);
+    cache.insert(base, icon);
+    return icon;
+}
+
+void chooseIconTheme()
+{
+    const QString current = QIcon::themeName();
+    if (!current.isEmpty() && current != QLatin1String("hicolor"))
+        return;
+    for (const QString& dir : QIcon::themeSearchPaths()) {
+        if (QDir(dir + QStringLiteral("/breeze")).exists()) {
+            QIcon::setThemeName(QStringLiteral("breeze"));
+            return;
+        }
+    }
+}
