@@ -84,24 +84,6 @@ int checkOutput(QTextStream& out, QTextStream& err, int code, bool saved)
     return code == ExitOk ? ExitFailure : code;
 }
 
-// The desktop interface comes in a later version; until then a plain start opens the data and reports.
-// As the desktop program does from its first step on, standard error goes to the debug log; what the
-// user must see is printed on standard output.
-int runDesktop(CommandEnvironment& env)
-{
-    redirectStandardErrorToDebugLog(debugLogFilePath());
-    if (auto failed = env.openStore())
-        return *failed;
-    ObjectContext& context = env.appDelegate().managedObjectContext();
-    env.out() << QStringLiteral("Vyro %1\nData file: %2\n%3 contexts, %4 projects, %5 tasks\n"
-                                "The desktop interface is not part of this version yet; see vyro --help for the commands.\n")
-                     .arg(CoreData_AppDelegate::versionStringForBundle(), QDir::toNativeSeparators(context.storePath()))
-                     .arg(context.countForEntity(QStringLiteral("context")))
-                     .arg(context.countForEntity(QStringLiteral("project")))
-                     .arg(context.countForEntity(QStringLiteral("task")));
-    return ExitOk;
-}
-
 } // namespace
 
 CommandEnvironment::CommandEnvironment(QStringList arguments, DataFolderOverride dataFolder, QTextStream& out, QTextStream& err)
@@ -146,6 +128,25 @@ std::optional<int> CommandEnvironment::openStore()
     return std::nullopt;
 }
 
+bool desktopRequested(const QStringList& arguments, DataFolderOverride& dataFolder)
+{
+    QStringList rest = arguments.mid(1);
+    while (!rest.isEmpty()) {
+        const QString option = rest.takeFirst();
+        QString dir;
+        if (option == QLatin1String("--data-dir") && !rest.isEmpty())
+            dir = rest.takeFirst();
+        else if (option.startsWith(QLatin1String("--data-dir=")))
+            dir = option.section(QLatin1Char('='), 1);
+        else
+            return false; // a command, or an option the command line answers (or refuses)
+        if (dir.isEmpty() || !fileInTheWay(dir).isEmpty())
+            return false;
+        dataFolder = dir;
+    }
+    return true;
+}
+
 int runCommandLine(const QStringList& arguments)
 {
     QTextStream out(stdout);
@@ -187,8 +188,8 @@ int runCommandLine(const QStringList& arguments)
         return ExitUsage;
     }
     if (rest.isEmpty()) {
-        CommandEnvironment env({}, dataFolder, out, out);
-        return checkOutput(out, err, runDesktop(env), false);
+        err << "vyro: no command given\n" << usageText();
+        return ExitUsage;
     }
     const QString name = rest.takeFirst();
     for (const Command& c : kCommands) {

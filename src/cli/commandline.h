@@ -75,5 +75,9 @@ int runDate(CommandEnvironment& env);
 int runList(CommandEnvironment& env);
 int runMove(CommandEnvironment& env);
 
-// Parses the global options and runs the command. Without a command: runs the desktop program.
+// Whether the arguments ask for the desktop program: nothing but usable "--data-dir" options (whose
+// folder is put in `dataFolder`). Anything else is the command line's to run or to refuse.
+bool desktopRequested(const QStringList& arguments, DataFolderOverride& dataFolder);
+
+// Parses the global options and runs the command.
 int runCommandLine(const QStringList& arguments);

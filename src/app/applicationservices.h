@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QString>
+
+class Preferences;
+
+// The steps of start-up, activation and quit that belong to the desktop session and to the exchange
+// with other machines: global hot keys, the status menu and badge, the cloud-disk copy, the backups and
+// the calendar sync. The application drives them in its fixed order; each has a do-nothing default
+// here, so a session without the service (or a program that does not have it yet) runs the same
+// sequence.
+class ApplicationServices {
+public:
+    virtual ~ApplicationServices() = default;
+
+    // The three global hot keys from their preferences (0 or less: none). Called again when they change.
+    virtual void registerHotKeys(const Preferences&) {}
+    virtual void buildStatusMenus() {}
+    virtual void updateBadge(int /*inboxCount*/) {}
+    virtual void resetBadge() {}
+    // Before the data file is opened, when the cloud-disk copy is on.
+    virtual void downloadDataFromCloudDisk(const QString& /*dataFilePath*/) {}
+    // After the store opened.
+    virtual void backupAtStartup(const QString& /*dataFilePath*/) {}
+    // At quit, after the last save, when the cloud-disk copy is on and the first download happened.
+    virtual void uploadDataToCloudDisk(const QString& /*dataFilePath*/) {}
+    virtual void doSync() {}
+    virtual void doiSync() {}
+};

@@ -1,0 +1,246 @@
+#include "ui/desktopapplication.h"
+
+#include "app/applicationservices.h"
+#include "app/autosavetimercontroller.h"
+#include "app/coredataappdelegate.h"
+#include "app/debuglog.h"
+#include "app/hideapplicationtimercontroller.h"
+#include "app/preferencedefaults.h"
+#include "app/preferences.h"
+#include "lists/contextarraycontroller.h"
+#include "lists/projectarraycontroller.h"
+#include "lists/tabviewcontroller.h"
+#include "model/context.h"
+#include "model/modelenvironment.h"
+#include "platform/displaycheck.h"
+#include "store/log.h"
+#include "store/objectcontext.h"
+#include "ui/dialogs.h"
+#include "ui/icons.h"
+#include "ui/mainwindow.h"
+#include "ui/mainwindowcontroller.h"
+#include "ui/preferenceswindow.h"
+
+#include <QApplication>
+#include <QMessageBox>
+
+#include <cstdio>
+
+DesktopApplication::DesktopApplication(DataFolderOverride dataFolder, ApplicationServices* services, Dialogs* dialogs,
+                                       std::unique_ptr<Preferences> preferences)
+    : m_dataFolder(std::move(dataFolder)), m_preferences(std::move(preferences))
+{
+    if (!services)
+        m_ownServices = std::make_unique<ApplicationServices>();
+    if (!dialogs)
+        m_ownDialogs = std::make_unique<Dialogs>();
+    m_services = services ? services : m_ownServices.get();
+    m_dialogs = dialogs ? dialogs : m_ownDialogs.get();
+    if (!m_preferences)
+        m_preferences = std::make_unique<Preferences>();
+    m_hideTimer = std::make_unique<HideApplicationTimerController>(*m_preferences, [this] { hideApplication(); });
+    m_autoSaveTimer = std::make_unique<AutoSaveTimerController>(*m_preferences, [this] { saveAction(); });
+}
+
+DesktopApplication::~DesktopApplication()
+{
+    // The window observes the store the delegate owns.
+    delete m_preferencesWindow;
+    m_window.reset();
+}
+
+bool DesktopApplication::applicationDidFinishLaunching()
+{
+    logLine(QStringLiteral("=========================="));
+    logLine(QStringLiteral("Vyro started. Version:"));
+    logLine(CoreData_AppDelegate::versionStringForBundle());
+
+    registerDefaults(*m_preferences);
+    m_preferences->sync();
+    m_services->registerHotKeys(*m_preferences);
+    m_services->buildStatusMenus();
+
+    m_delegate = std::make_unique<CoreData_AppDelegate>(*m_preferences, m_dataFolder);
+    if (m_preferences->boolForKey("dotMac14SyncingEnabled"))
+        m_services->downloadDataFromCloudDisk(m_delegate->currentDataFilePath());
+    if (Status opened = m_delegate->loadPersistentStoreCoordinator(); !opened.isOk()) {
+        logLine(opened.message());
+        m_dialogs->warn(nullptr, QStringLiteral("Vyro"), opened.message());
+        return false;
+    }
+    ObjectContext& store = m_delegate->managedObjectContext();
+    m_services->backupAtStartup(m_delegate->currentDataFilePath());
+
+    // The window and its lists: the toolbar, the last used view.
+    m_window = std::make_unique<MainWindowController>(*m_delegate, *m_preferences, *m_services, *m_dialogs);
+    m_window->setQuitHandler([this] { quit(); });
+    m_window->setSaveHandler([this] { saveAction(); });
+    m_window->setPreferencesHandler([this](bool quickTags) { showPreferences(quickTags); });
+    TabViewController& views = m_window->views();
+    connect(&ModelEnvironment::of(store), &ModelEnvironment::inboxCountHasChanged, this, [this, &views] {
+        Context* inbox = views.contextController().inboxContext();
+        m_services->updateBadge(inbox ? int(inbox->pendingTasksCount()) : 0);
+    });
+
+    views.projectController().repairOldProjects();
+    m_delegate->prepareStoreForWork(); // the Inbox, "All tasks", no next-action folder, the clean-up pass
+    views.performRefetchAction();
+    if (Context* inbox = views.contextController().inboxContext())
+        m_services->updateBadge(int(inbox->pendingTasksCount()));
+
+    m_window->restoreWindowState();
+    m_window->restoreSelectedObjects();
+    m_window->selectLastUsedTab();
+    for (const QString& message : m_delegate->repairMessages())
+        m_dialogs->warn(&m_window->window(), QStringLiteral("Vyro"), message);
+    m_window->bringAppToFront();
+    m_window->focusTaskTable();
+
+    connect(qApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
+        if (m_quitting)
+            return;
+        if (state == Qt::ApplicationActive)
+            applicationDidBecomeActive();
+        else if (state == Qt::ApplicationInactive)
+            applicationDidResignActive();
+    });
+    m_autoSaveTimer->activateTimer();
+    return true;
+}
+
+void DesktopApplication::applicationDidBecomeActive()
+{
+    if (m_preferences->boolForKey("hideApplicationIfWindowNotActive"))
+        m_hideTimer->stopTimer();
+}
+
+void DesktopApplication::applicationDidResignActive()
+{
+    if (!m_window)
+        return;
+    TabViewController& views = m_window->views();
+    if (m_preferences->boolForKey("cleanUpWhenWindowLostsFocus"))
+        views.performCleanUpAction();
+    if (m_preferences->boolForKey("autoSaveWhenWindowLostsFocus"))
+        saveAction();
+    if (m_preferences->boolForKey("syncWhenWindowLostsFocus")) {
+        m_services->doSync();
+        if (m_preferences->boolForKey("iSyncWhenWindowLostsFocus") || m_preferences->boolForKey("iSyncWhenSyncing"))
+            m_services->doiSync();
+    }
+    if (m_preferences->boolForKey("hideApplicationIfWindowNotActive"))
+        m_hideTimer->activateTimer();
+}
+
+bool DesktopApplication::applicationShouldTerminate()
+{
+    if (!m_window)
+        return true;
+    if (m_preferences->boolForKey("syncWhenQuittingApp")) {
+        m_services->doSync();
+        if (m_preferences->boolForKey("iSyncWhenQuittingApp") || m_preferences->boolForKey("iSyncWhenSyncing"))
+            m_services->doiSync();
+    }
+    m_window->saveWindowState();
+    m_window->saveLastUsedTab();
+    m_window->saveSelectedObjects();
+    m_preferences->sync();
+    m_services->resetBadge();
+
+    if (!m_window->commitEditing())
+        return false;
+    ObjectContext& store = m_delegate->managedObjectContext();
+    if (store.hasChanges()) {
+        if (Status saved = m_delegate->saveAction(); !saved.isOk()) {
+            logLine(QStringLiteral("Could not save at quit: %1").arg(saved.message()));
+            m_dialogs->warn(&m_window->window(), QStringLiteral("Vyro"), saved.message());
+            if (!m_dialogs->confirm(&m_window->window(), QStringLiteral("Vyro"),
+                                    QStringLiteral("Could not save changes while quitting. Quit anyway?"),
+                                    QStringLiteral("Quit anyway"), QStringLiteral("Cancel")))
+                return false;
+        }
+    }
+    if (m_preferences->boolForKey("dotMac14SyncingEnabled") && !m_preferences->boolForKey("dotMacWaitingForFirstSync"))
+        m_services->uploadDataToCloudDisk(m_delegate->currentDataFilePath());
+    return true;
+}
+
+void DesktopApplication::quit()
+{
+    if (m_quitting || !applicationShouldTerminate())
+        return;
+    m_quitting = true;
+    m_hideTimer->stopTimer();
+    m_autoSaveTimer->stopTimer();
+    if (m_window)
+        m_window->window().hide();
+    QCoreApplication::quit();
+}
+
+void DesktopApplication::saveAction()
+{
+    if (!m_delegate || !m_delegate->hasStore())
+        return;
+    if (Status saved = m_delegate->saveAction(); !saved.isOk())
+        logLine(QStringLiteral("Could not save: %1").arg(saved.message()));
+}
+
+void DesktopApplication::hideApplication()
+{
+    // Without a tray to hide into, hiding the program means minimising its window.
+    if (m_window)
+        m_window->window().showMinimized();
+}
+
+void DesktopApplication::showPreferences(bool quickTags)
+{
+    if (!m_preferencesWindow) {
+        PreferencesWindowServices services;
+        services.save = [this] {
+            saveAction();
+            return !m_delegate->managedObjectContext().hasChanges();
+        };
+        services.currentDataFilePath = [this] { return m_delegate->currentDataFilePath(); };
+        services.rebuildMenus = [this] { m_services->buildStatusMenus(); };
+        services.updateBadge = [this] {
+            Context* inbox = m_window->views().contextController().inboxContext();
+            m_services->updateBadge(inbox ? int(inbox->pendingTasksCount()) : 0);
+        };
+        services.askQuestion = [this](const QString& title, const QString& text, const QString& yes, const QString& no) {
+            return m_dialogs->confirm(&m_window->window(), title, text, yes, no);
+        };
+        m_preferencesWindow = new PreferencesWindow(*m_preferences, services, &m_window->window());
+        connect(m_preferencesWindow, &PreferencesWindow::preferencesChanged, this, [this] {
+            m_services->registerHotKeys(*m_preferences);
+            m_autoSaveTimer->stopTimer();
+            m_autoSaveTimer->activateTimer();
+        });
+    }
+    if (quickTags)
+        m_preferencesWindow->customizeQuickTags();
+    else
+        m_preferencesWindow->showPreferences();
+}
+
+int runDesktopApplication(int argc, char** argv, DataFolderOverride dataFolder)
+{
+    if (const QString message = missingDisplayMessage(); !message.isEmpty()) {
+        std::fprintf(stderr, "%s\n", message.toLocal8Bit().constData());
+        return 1;
+    }
+    // From here on every log line, and whatever a library prints, goes to the debug log.
+    redirectStandardErrorToDebugLog(debugLogFilePath());
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Vyro"));
+    QApplication::setOrganizationDomain(QStringLiteral("quendar.com"));
+    QApplication::setApplicationVersion(CoreData_AppDelegate::versionStringForBundle());
+    QApplication::setDesktopFileName(QStringLiteral("com.quendar.Vyro"));
+    QApplication::setQuitOnLastWindowClosed(false);
+    chooseIconTheme();
+    QApplication::setWindowIcon(vyroIcon(QStringLiteral("vyro")));
+
+    DesktopApplication vyro(std::move(dataFolder));
+    if (!vyro.applicationDidFinishLaunching())
+        return 1;
+    return QApplication::exec();
+}

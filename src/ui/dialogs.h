@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+
+class QWidget;
+
+// Every question and warning the window puts to the user passes here, so a test answers them without a
+// modal loop. The desktop uses the message boxes of this base.
+class Dialogs {
+public:
+    virtual ~Dialogs() = default;
+    // A window-modal question on `parent`; true when the user chose the default button.
+    virtual bool confirm(QWidget* parent, const QString& title, const QString& text, const QString& defaultButton,
+                         const QString& otherButton);
+    virtual void warn(QWidget* parent, const QString& title, const QString& text);
+};

@@ -1,0 +1,143 @@
+#pragma once
+
+#include "lists/listhost.h"
+#include "lists/viewmodes.h"
+
+#include <QHash>
+#include <QObject>
+#include <QPointer>
+
+#include <array>
+#include <functional>
+#include <memory>
+
+class ApplicationServices;
+class ArchivingSheet;
+class CoreData_AppDelegate;
+class Dialogs;
+class FolderTreeView;
+class MainToolbar;
+class MainWindow;
+class MoveToSheet;
+class ObjectContext;
+class Preferences;
+class PreferencesWindow;
+class QAction;
+class QMenu;
+class QSplitter;
+class QStackedWidget;
+class StatusLabelController;
+class TabViewController;
+class TaskDetailPane;
+class TaskTableView;
+
+// The main window's controller: builds the window (toolbar, the five views, each a folder pane beside
+// its task table, the detail pane, the menus and the status line), answers the lists' requests as their
+// ListHost, and routes every menu and toolbar command to the view switcher, which decides which list
+// gets it. It decides nothing a list could decide.
+//
+// The window's undo is the store's: each command is one named step, and Edit › Undo shows its name.
+class MainWindowController : public QObject, public ListHost {
+    Q_OBJECT
+public:
+    MainWindowController(CoreData_AppDelegate& delegate, Preferences& preferences, ApplicationServices& services,
+                         Dialogs& dialogs);
+    ~MainWindowController() override;
+
+    MainWindow& window() const { return *m_window; }
+    TabViewController& views() const { return *m_views; }
+    MainToolbar& toolbar() const { return *m_toolbar; }
+    StatusLabelController& statusLabel() const { return *m_status; }
+    TaskDetailPane& detailPane() const { return *m_detail; }
+    TaskTableView& table(TaskView view) const { return *m_tables[size_t(view)]; }
+    // nullptr for the completed view, which has no folder pane.
+    FolderTreeView* folderPane(TaskView view) const { return m_folders[size_t(view)]; }
+    // Every command by its name ("performNewTaskAction", "selectNextTab", "undo" …), for tests.
+    QAction* action(const QString& name) const { return m_actions.value(name); }
+    QList<QAction*> allActions() const { return m_actions.values(); }
+
+    // Start-up: the last used view, the window frame and panes, the toolbar's visibility.
+    void selectLastUsedTab();
+    void restoreWindowState();
+    void restoreSelectedObjects();
+    // Quit: the same, written back.
+    void saveWindowState();
+    void saveLastUsedTab();
+    void saveSelectedObjects();
+    // Asks the editors to finish: an edit in progress is committed, as leaving the field would.
+    bool commitEditing();
+
+    // The quit command and the window's close button go here; the application runs the quit sequence.
+    void setQuitHandler(std::function<void()> quit) { m_quit = std::move(quit); }
+    void setSaveHandler(std::function<void()> save) { m_save = std::move(save); }
+    // Opens the preferences window (true: at its quick-tags tab).
+    void setPreferencesHandler(std::function<void(bool)> show) { m_preferencesHandler = std::move(show); }
+
+    // Window commands.
+    void floatingAction();
+    void bringAppToFront();
+    void jumpToInbox();
+    void jumpToNextActionsSmartFolder();
+    void performFindAction();
+    void performFindInAllFoldersAction();
+    void performFindTagAction(const QString& tag);
+    void performQuickTagAction(int number);
+
+    // ListHost
+    void showView(TaskView view) override;
+    void bringMainWindowToFront(bool makeKey) override;
+    void activateApplication() override;
+    void clearSearchField() override;
+    void beginEditing(Record* object, const QString& column) override;
+    void rearrangeFolderTree(TaskView view) override;
+    void refetchFolderTree(TaskView view) override;
+    void showMoveToSheet(TasksArrayController& list) override;
+    void focusNextControl() override;
+    void focusFolderList() override;
+    void focusTaskTable() override;
+    void showSmartFolderProperties(SmartFolder* folder) override;
+    void showWarning(const QString& title, const QString& text) override;
+    bool confirm(const QString& title, const QString& text, const QString& defaultButton, const QString& otherButton) override;
+    void postNotification(const DesktopNotification& notification) override;
+
+private:
+    void buildViews();
+    void buildMenus();
+    void buildToolbar();
+    QAction* addAction(QMenu* menu, const QString& name, const QString& text, const QKeySequence& shortcut,
+                       std::function<void()> run);
+    void searchTextChanged(const QString& text);
+    void refreshCurrentSearch();
+    void updateUndoActions();
+    void updateStatus();
+    void updateDetailPane();
+    void updateViewActions();
+    TaskView currentView() const;
+    QWidget* focusedEditor() const;
+
+    CoreData_AppDelegate& m_delegate;
+    ObjectContext& m_store;
+    Preferences& m_preferences;
+    ApplicationServices& m_services;
+    Dialogs& m_dialogs;
+    std::unique_ptr<TabViewController> m_views;
+    std::unique_ptr<MainWindow> m_window;
+    MainToolbar* m_toolbar = nullptr;
+    StatusLabelController* m_status = nullptr;
+    TaskDetailPane* m_detail = nullptr;
+    QStackedWidget* m_stack = nullptr;
+    QSplitter* m_mainSplitter = nullptr;
+    std::array<QSplitter*, kTaskViewCount> m_viewSplitters{};
+    std::array<TaskTableView*, kTaskViewCount> m_tables{};
+    std::array<FolderTreeView*, kTaskViewCount> m_folders{};
+    // The search text each view's list was last filtered with; a view catches up when it comes forward.
+    std::array<QString, kTaskViewCount> m_searchApplied;
+    QHash<QString, QAction*> m_actions;
+    QPointer<MoveToSheet> m_moveToSheet;
+    QPointer<ArchivingSheet> m_archivingSheet;
+    QPointer<PreferencesWindow> m_preferencesWindow;
+    std::function<void()> m_quit;
+    std::function<void()> m_save;
+    std::function<void(bool)> m_preferencesHandler;
+    bool m_statusPending = false;
+};
