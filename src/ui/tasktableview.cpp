@@ -253,7 +253,8 @@ void TaskTableView::beginEditing(Record* task, const QString& column)
     const QModelIndex at = m_model->index(row, col);
     list().selectObject(static_cast<Task*>(task));
     showListSelection();
-    setCurrentIndex(at);
+    // Not setCurrentIndex(): that would read the held modifiers and could toggle the row off.
+    selectionModel()->setCurrentIndex(at, QItemSelectionModel::NoUpdate);
     scrollTo(at);
     setFocus(Qt::OtherFocusReason);
     edit(at);
