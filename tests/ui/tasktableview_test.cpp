@@ -250,3 +250,34 @@ TEST_F(TaskTableViewTest, BeginEditingOpensTheNameEditor)
     QCoreApplication::processEvents(); // the delegate commits on its next turn
     EXPECT_EQ(tasks[2]->name(), u"Dust the shelves"_s);
 }
+
+TEST_F(TaskTableViewTest, CommandCellsActOnClick)
+{
+    view->show();
+    auto clickCell = [&](int row, const QString& column, double fraction) {
+        const QRect cell = view->visualRect(view->model()->index(row, view->taskModel().columnOf(column)));
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, QPoint(cell.left() + int(fraction * (cell.width() - 1)), cell.center().y()));
+    };
+    struct Case {
+        const char* what;
+        int row;
+        QString column;
+        double fraction;
+        std::function<bool()> check;
+    };
+    const Case cases[] = {
+        {"priority: left edge is 1", 0, u"priority"_s, 0.0, [&] { return tasks[0]->priority() == 1; }},
+        {"priority: right edge is 5", 0, u"priority"_s, 1.0, [&] { return tasks[0]->priority() == 5; }},
+        {"effort: middle of the meter", 1, u"effort"_s, 0.6, [&] { return tasks[1]->effort() == 3; }},
+        {"flag", 2, u"nextaction"_s, 0.5, [&] { return tasks[2]->nextAction(); }},
+        {"status waits", 2, u"status"_s, 0.5, [&] { return tasks[2]->waitingFor(); }},
+        {"done box", 3, u"done"_s, 0.5, [&] { return tasks[3]->done(); }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        clickCell(c.row, c.column, c.fraction);
+        EXPECT_TRUE(c.check());
+    }
+    EXPECT_EQ(context->undoManager().undoActionName(), u"Complete Task"_s);
+    EXPECT_FALSE(list().selectedObjects().empty()) << "the table keeps a selection after the done box";
+}
