@@ -244,6 +244,10 @@ void TaskTableState::installSort(QList<SortDescriptor> sort)
     m_sort = std::move(sort);
     if (m_sortChanged)
         m_sortChanged();
+    // A copy: a listener may remove itself.
+    const auto listeners = m_sortListeners;
+    for (const auto& [id, listener] : listeners)
+        listener();
 }
 
 void TaskTableState::writeSortKeys(bool alsoLastNonNatural)

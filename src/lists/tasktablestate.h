@@ -8,6 +8,8 @@
 #include <QStringList>
 
 #include <functional>
+#include <utility>
+#include <vector>
 
 class Preferences;
 
@@ -44,6 +46,17 @@ public:
     const QList<SortDescriptor>& sortDescriptors() const { return m_sort; }
     // Told after every change of the installed sort (not at construction).
     void setSortChangedHandler(std::function<void()> handler) { m_sortChanged = std::move(handler); }
+    // Further listeners, told after the handler (the table widget redraws its indicators); the id
+    // removes one again.
+    int addSortChangedListener(std::function<void()> listener)
+    {
+        m_sortListeners.emplace_back(++m_lastListenerId, std::move(listener));
+        return m_lastListenerId;
+    }
+    void removeSortChangedListener(int id)
+    {
+        std::erase_if(m_sortListeners, [id](const auto& l) { return l.first == id; });
+    }
 
     const QStringList& currentSortIdentifiers() const { return m_identifiers; }
     // True for ascending, one per identifier.
@@ -99,4 +112,6 @@ private:
     QString m_highlighted;
     QHash<QString, SortIndicator> m_indicators;
     std::function<void()> m_sortChanged;
+    std::vector<std::pair<int, std::function<void()>>> m_sortListeners;
+    int m_lastListenerId = 0;
 };

@@ -479,3 +479,20 @@ TEST_F(TaskTableStateTest, InstalledSortsOrderTasks)
         EXPECT_EQ(names(sorted(tasks, table.sortDescriptors())), c.order);
     }
 }
+
+TEST_F(TaskTableStateTest, ListenersHearEverySortChangeUntilRemoved)
+{
+    TaskTableState table(Kind::ContextTasks, *prefs);
+    QStringList heard;
+    table.setSortChangedHandler([&] { heard << u"handler"_s; });
+    const int first = table.addSortChangedListener([&] { heard << u"first"_s; });
+    table.addSortChangedListener([&] { heard << u"second"_s; });
+
+    table.sortByColumnWithIdentifier(u"priority"_s, true);
+    EXPECT_EQ(heard, QStringList({u"handler"_s, u"first"_s, u"second"_s})) << "the list re-sorts before the widgets redraw";
+
+    heard.clear();
+    table.removeSortChangedListener(first);
+    table.toggleNaturalOrderSorting();
+    EXPECT_EQ(heard, QStringList({u"handler"_s, u"second"_s}));
+}
