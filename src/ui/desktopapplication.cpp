@@ -23,6 +23,9 @@
 
 #include <QApplication>
 #include <QMessageBox>
+#include <QTimer>
+
+#include <chrono>
 
 #include <cstdio>
 
@@ -105,7 +108,39 @@ bool DesktopApplication::applicationDidFinishLaunching()
             applicationDidResignActive();
     });
     m_autoSaveTimer->activateTimer();
+    if (qEnvironmentVariableIsSet("VYRO_REPORT_FIRST_PAINT"))
+        reportFirstPaint();
     return true;
+}
+
+// A measuring aid for the start-up benchmark: once the window's first repaint is through, the wall-clock
+// time goes to standard output and the program quits as the user would.
+void DesktopApplication::reportFirstPaint()
+{
+    class Probe : public QObject {
+    public:
+        explicit Probe(DesktopApplication& app) : m_app(app) {}
+        bool eventFilter(QObject* watched, QEvent* event) override
+        {
+            if (event->type() == QEvent::Paint && !m_seen) {
+                m_seen = true;
+                QTimer::singleShot(0, &m_app, [this] {
+                    const qint64 ns = std::chrono::duration_cast<std::chrono::nanoseconds>(
+                                          std::chrono::system_clock::now().time_since_epoch())
+                                          .count();
+                    std::printf("first-paint-ns %lld\n", static_cast<long long>(ns));
+                    std::fflush(stdout);
+                    m_app.quit();
+                });
+            }
+            return QObject::eventFilter(watched, event);
+        }
+
+    private:
+        DesktopApplication& m_app;
+        bool m_seen = false;
+    };
+    qApp->installEventFilter(new Probe(*this));
 }
 
 void DesktopApplication::applicationDidBecomeActive()

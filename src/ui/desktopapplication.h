@@ -50,6 +50,7 @@ public:
 private:
     void showPreferences(bool quickTags);
     void hideApplication();
+    void reportFirstPaint();
 
     DataFolderOverride m_dataFolder;
     std::unique_ptr<ApplicationServices> m_ownServices;

@@ -118,7 +118,6 @@ void MainWindowController::buildViews()
     for (int v = 0; v < kTaskViewCount; ++v) {
         const auto view = TaskView(v);
         auto* table = new TaskTableView(*m_views, TaskTableKind(v));
-        table->setObjectName(QStringLiteral("%1Table").arg(QLatin1String(kViewNames[v])));
         m_tables[size_t(v)] = table;
         connect(table, &TaskTableView::taskSelectionChanged, this, &MainWindowController::updateDetailPane);
         auto* splitter = new QSplitter(Qt::Horizontal);
