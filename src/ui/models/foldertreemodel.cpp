@@ -196,25 +196,132 @@ void FolderTreeModel::storeChanged(const ChangeBatch& batch)
     refreshCounters();
 }
 
+void FolderTreeModel::removeGone(const std::unordered_set<Record*>& wanted)
+{
+    // A folder that has gone, with nothing wanted below it, leaves where it stands, so that a deletion
+    // is one removal and never a shuffle of the rows after it. Runs of such siblings go at once.
+    auto keepsSomething = [&](Node* n) {
+        std::vector<Node*> stack {n};
+        while (!stack.empty()) {
+            Node* m = stack.back();
+            stack.pop_back();
+            if (wanted.count(m->record))
+                return true;
+            stack.insert(stack.end(), m->children.begin(), m->children.end());
+        }
+        return false;
+    };
+    std::vector<Node*> parents {&m_root};
+    while (!parents.empty()) {
+        Node* parent = parents.back();
+        parents.pop_back();
+        int last = int(parent->children.size()) - 1;
+        while (last >= 0) {
+            Node* n = parent->children[size_t(last)];
+            if (wanted.count(n->record) || keepsSomething(n)) {
+                parents.push_back(n);
+                --last;
+                continue;
+            }
+            int first = last;
+            while (first > 0) {
+                Node* before = parent->children[size_t(first - 1)];
+                if (wanted.count(before->record) || keepsSomething(before))
+                    break;
+                --first;
+            }
+            removeChildren(parent, first, last);
+            last = first - 1;
+        }
+    }
+}
+
+void FolderTreeModel::removeChildren(Node* parent, int first, int last)
+{
+    beginRemoveRows(indexOfNode(parent), first, last);
+    std::vector<Node*> gone(parent->children.begin() + first, parent->children.begin() + last + 1);
+    parent->children.erase(parent->children.begin() + first, parent->children.begin() + last + 1);
+    // Kept alive until the view has let go of them.
+    std::vector<std::unique_ptr<Node>> owned;
+    while (!gone.empty()) {
+        Node* n = gone.back();
+        gone.pop_back();
+        gone.insert(gone.end(), n->children.begin(), n->children.end());
+        auto it = m_nodes.find(n->record);
+        owned.push_back(std::move(it->second));
+        m_nodes.erase(it);
+    }
+    endRemoveRows();
+}
+
 void FolderTreeModel::reconcile()
 {
     auto children = targetChildren();
+    std::unordered_set<Record*> wanted;
+    std::unordered_map<Record*, std::pair<Record*, int>> place; // folder -> (parent, row)
+    for (const auto& [parent, list] : children)
+        for (size_t i = 0; i < list.size(); ++i) {
+            wanted.insert(list[i]);
+            place[list[i]] = {parent, int(i)};
+        }
+    removeGone(wanted);
+
     std::deque<Node*> queue {&m_root};
     std::vector<Node*> placed;
     // Top down, every folder's children are put in place before the folders below them: so a folder
     // only ever moves under one that already sits at its final place, never into its own subtree.
+    // Rows that belong elsewhere ("foreign") stay where they are until their own folder takes them,
+    // or, when nothing wants them, until the end.
     while (!queue.empty()) {
         Node* parent = queue.front();
         queue.pop_front();
         placed.push_back(parent);
-        const std::vector<Record*>& wanted = children[parent->record];
-        for (size_t i = 0; i < wanted.size(); ++i) {
-            Record* r = wanted[i];
-            const int row = int(i);
+        const std::vector<Record*>& list = children[parent->record];
+        const QModelIndex parentIndex = indexOfNode(parent);
+        auto ownRow = [&](const Node* n) {
+            auto p = place.find(n->record);
+            return p != place.end() && p->second.first == parent->record ? p->second.second : -1;
+        };
+        auto nextOwn = [&](size_t from) {
+            while (from < parent->children.size() && ownRow(parent->children[from]) < 0)
+                ++from;
+            return from;
+        };
+        size_t pushes = 0;
+        size_t pos = 0;
+        for (size_t i = 0; i < list.size();) {
+            pos = nextOwn(pos);
+            if (pos < parent->children.size() && parent->children[pos]->record == list[i]) {
+                queue.push_back(parent->children[pos]);
+                ++pos;
+                ++i;
+                continue;
+            }
+            // The row here belongs further down this folder while the next one of ours is the wanted
+            // one: it is the row that moved (a rename), so it goes down behind its new predecessor.
+            if (pos < parent->children.size() && pushes < list.size()) {
+                Node* n = parent->children[pos];
+                const size_t next = nextOwn(pos + 1);
+                const int want = ownRow(n);
+                if (next < parent->children.size() && parent->children[next]->record == list[i] && want > int(i)) {
+                    const QModelIndex before = indexOf(list[size_t(want) - 1]);
+                    if (before.isValid() && before.parent() == parentIndex && before.row() > int(pos)) {
+                        ++pushes;
+                        const int to = before.row();
+                        beginMoveRows(parentIndex, int(pos), int(pos), parentIndex, to + 1);
+                        parent->children.erase(parent->children.begin() + qsizetype(pos));
+                        parent->children.insert(parent->children.begin() + to, n);
+                        endMoveRows();
+                        continue;
+                    }
+                }
+            }
+            const int row = int(pos);
+            Record* r = list[i];
             auto it = m_nodes.find(r);
             Node* node = nullptr;
             if (it == m_nodes.end()) {
-                beginInsertRows(indexOfNode(parent), row, row);
+                beginInsertRows(parentIndex, row, row);
                 auto made = std::make_unique<Node>();
                 node = made.get();
                 node->record = r;
@@ -224,39 +331,39 @@ void FolderTreeModel::reconcile()
                 m_nodes.emplace(r, std::move(made));
                 endInsertRows();
             } else {
+                // The rows of ours before `row` are already the wanted ones, so the node stands after
+                // it in this folder, or in another one.
                 node = it->second.get();
-                // The rows before `row` are already the wanted ones, so the node stands at `row` or after.
-                if (!(node->parent == parent && parent->children[i] == node)) {
-                    Node* from = node->parent;
-                    const int fromRow = rowOf(node);
-                    beginMoveRows(indexOfNode(from), fromRow, fromRow, indexOfNode(parent), row);
-                    from->children.erase(from->children.begin() + fromRow);
-                    parent->children.insert(parent->children.begin() + row, node);
-                    node->parent = parent;
-                    endMoveRows();
-                }
+                Node* from = node->parent;
+                const int fromRow = rowOf(node);
+                beginMoveRows(indexOfNode(from), fromRow, fromRow, parentIndex, row);
+                from->children.erase(from->children.begin() + fromRow);
+                parent->children.insert(parent->children.begin() + row, node);
+                node->parent = parent;
+                endMoveRows();
             }
             queue.push_back(node);
+            ++pos;
+            ++i;
         }
     }
-    // What is left behind the wanted rows of each placed folder has gone (with whatever is still below it).
+    // Rows that nothing wanted have gone, with whatever is still below them: in runs, from the end.
     for (Node* parent : placed) {
-        const size_t keep = children[parent->record].size();
-        if (parent->children.size() <= keep)
-            continue;
-        beginRemoveRows(indexOfNode(parent), int(keep), int(parent->children.size()) - 1);
-        std::vector<Node*> gone(parent->children.begin() + qsizetype(keep), parent->children.end());
-        parent->children.resize(keep);
-        std::vector<std::unique_ptr<Node>> owned;
-        while (!gone.empty()) {
-            Node* n = gone.back();
-            gone.pop_back();
-            gone.insert(gone.end(), n->children.begin(), n->children.end());
-            auto it = m_nodes.find(n->record);
-            owned.push_back(std::move(it->second));
-            m_nodes.erase(it);
+        auto foreign = [&](const Node* n) {
+            auto p = place.find(n->record);
+            return p == place.end() || p->second.first != parent->record;
+        };
+        for (int last = int(parent->children.size()) - 1; last >= 0;) {
+            if (!foreign(parent->children[size_t(last)])) {
+                --last;
+                continue;
+            }
+            int first = last;
+            while (first > 0 && foreign(parent->children[size_t(first - 1)]))
+                --first;
+            removeChildren(parent, first, last);
+            last = first - 1;
         }
-        endRemoveRows();
     }
 }
 
@@ -365,6 +472,8 @@ QVariant FolderTreeModel::data(const QModelIndex& index, int role) const
         return QVariant::fromValue(quintptr(n->record));
     case UriRole:
         return n->record->uri();
+    case ImageRole:
+        return s.image;
     case CountRole:
         return s.pending;
     case SubtreeCountRole:

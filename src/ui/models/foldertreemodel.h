@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 class FolderArrayController;
@@ -39,6 +40,7 @@ public:
     enum Role {
         RecordRole = Qt::UserRole + 1, // the folder, as a Record* in a quintptr
         UriRole,                       // the folder's object URI
+        ImageRole,                     // the image name behind the icon ("bt_up.png", "attention.png" …)
         CountRole,                     // pending tasks of the folder itself
         SubtreeCountRole,              // pending tasks of the folder and everything below it
         NextActionCountRole,           // next actions of the folder itself
@@ -101,6 +103,9 @@ private:
     void storeChanged(const ChangeBatch& batch);
     // Brings the tree into the shape of the folder list with ranged steps.
     void reconcile();
+    // Removes the folders that are gone and hold nothing wanted, in runs of siblings.
+    void removeGone(const std::unordered_set<Record*>& wanted);
+    void removeChildren(Node* parent, int first, int last);
     void build();
     std::unordered_map<Record*, std::vector<Record*>> targetChildren() const;
     Record* parentOf(const Record* folder) const;

@@ -9,6 +9,7 @@
 #include "ui/icons.h"
 
 #include <algorithm>
+#include <unordered_map>
 
 SmartFolderModel::SmartFolderModel(TabViewController& views, QObject* parent) : QAbstractListModel(parent), m_views(views)
 {
@@ -53,10 +54,44 @@ void SmartFolderModel::storeChanged(const ChangeBatch& batch)
 void SmartFolderModel::reconcile()
 {
     const std::vector<SmartFolder*> wanted = folders().arrangedObjects();
-    for (size_t i = 0; i < wanted.size(); ++i) {
-        if (i < m_rows.size() && m_rows[i].folder == wanted[i])
+    std::unordered_map<const SmartFolder*, int> place;
+    for (size_t i = 0; i < wanted.size(); ++i)
+        place[wanted[i]] = int(i);
+    // Folders that have gone leave where they stand, runs of them at once.
+    for (int last = int(m_rows.size()) - 1; last >= 0;) {
+        if (place.count(m_rows[size_t(last)].folder)) {
+            --last;
             continue;
+        }
+        int first = last;
+        while (first > 0 && !place.count(m_rows[size_t(first - 1)].folder))
+            --first;
+        beginRemoveRows({}, first, last);
+        m_rows.erase(m_rows.begin() + first, m_rows.begin() + last + 1);
+        endRemoveRows();
+        last = first - 1;
+    }
+    size_t pushes = 0;
+    for (size_t i = 0; i < wanted.size();) {
         const int row = int(i);
+        if (i < m_rows.size() && m_rows[i].folder == wanted[i]) {
+            ++i;
+            continue;
+        }
+        // The row here belongs further down while the next one is the wanted one: it is the folder that
+        // moved (a rename), so it goes down to its place in one step.
+        if (i + 1 < m_rows.size() && m_rows[i + 1].folder == wanted[i] && pushes < wanted.size()) {
+            const int to = std::min(place[m_rows[i].folder], int(m_rows.size()) - 1);
+            if (to > row) {
+                ++pushes;
+                beginMoveRows({}, row, row, {}, to + 1);
+                Row moved = std::move(m_rows[i]);
+                m_rows.erase(m_rows.begin() + row);
+                m_rows.insert(m_rows.begin() + to, std::move(moved));
+                endMoveRows();
+                continue;
+            }
+        }
         // Rows before `row` are already the wanted ones: the folder, when shown, stands after it.
         auto it = std::find_if(m_rows.begin() + qsizetype(std::min(i, m_rows.size())), m_rows.end(), [&](const Row& r) { return r.folder == wanted[i]; });
         if (it == m_rows.end()) {
@@ -71,11 +106,7 @@ void SmartFolderModel::reconcile()
             m_rows.insert(m_rows.begin() + row, std::move(moved));
             endMoveRows();
         }
-    }
-    if (m_rows.size() > wanted.size()) {
-        beginRemoveRows({}, int(wanted.size()), int(m_rows.size()) - 1);
-        m_rows.resize(wanted.size());
-        endRemoveRows();
+        ++i;
     }
     for (size_t i = 0; i < m_rows.size(); ++i) {
         Row now = read(m_rows[i].folder);
