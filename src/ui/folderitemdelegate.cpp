@@ -19,6 +19,16 @@ QRect FolderItemDelegate::badgeRect(const QRect& row, const QFontMetrics& metric
     return QRect(row.right() - kMargin - width + 1, row.top() + (row.height() - height) / 2, width, height);
 }
 
+void FolderItemDelegate::initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const
+{
+    QStyledItemDelegate::initStyleOption(option, index);
+    const QVariant foreground = index.data(Qt::ForegroundRole);
+    if (!foreground.isValid() || option->palette.color(QPalette::Base).lightness() >= 128)
+        return;
+    const QColor colour = foreground.value<QColor>();
+    option->palette.setColor(QPalette::Text, colour.lighter(180));
+}
+
 void FolderItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
 {
     const QString text = index.data(FolderTreeModel::CountTextRole).toString();

@@ -16,4 +16,8 @@ public:
 
     // The badge's rectangle for `text` in a row of `row`'s height, right-aligned in it.
     static QRect badgeRect(const QRect& row, const QFontMetrics& metrics, const QString& text);
+
+protected:
+    // The model's text colours are chosen against a light background; on a dark one they are lightened.
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override;
 };

@@ -9,6 +9,11 @@
 #include "ui/foldertreeview.h"
 #include "ui/models/foldertreemodel.h"
 #include "ui/models/smartfoldermodel.h"
+#include "ui/pasteboard.h"
+
+#include <QApplication>
+#include <QDropEvent>
+#include <QMimeData>
 
 #include <QSignalSpy>
 #include <QTest>
@@ -209,4 +214,38 @@ TEST_F(FolderTreeViewTest, NewAndDeleteGoThroughTheLists)
     }
     EXPECT_FALSE(view.folderModel()->indexOf(work).isValid());
     EXPECT_TRUE(switcher().contextController().selectedRecords().empty());
+}
+
+TEST_F(FolderTreeViewTest, TasksDroppedOnAFolderLeaveTheTable)
+{
+    FolderTreeView view(switcher(), TaskView::Contexts);
+    view.resize(300, 400);
+    view.show();
+    select(view, {garden, home});
+    ASSERT_EQ(shownTasks(TaskView::Contexts).size(), 2);
+
+    const struct {
+        const char* what;
+        QString type;
+        Record* record;
+        Record* onto;
+        QStringList left;
+    } cases[] = {
+        {"a task onto another context", PasteboardType::movedRows, weed, work, {"sweep"}},
+        {"a folder onto a folder", PasteboardType::movedContexts, garden, work, {"sweep"}},
+    };
+    for (const auto& c : cases) {
+        std::unique_ptr<QMimeData> data(mimeDataForRecords(c.type, {c.record}));
+        const QPoint at = view.visualRect(view.folderModel()->indexOf(c.onto)).center();
+        QDragEnterEvent enter(at, Qt::MoveAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(view.viewport(), &enter);
+        QDragMoveEvent move(at, Qt::MoveAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(view.viewport(), &move);
+        QDropEvent drop(at, Qt::MoveAction, data.get(), Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(view.viewport(), &drop);
+        EXPECT_TRUE(drop.isAccepted()) << c.what;
+        EXPECT_EQ(shownTasks(TaskView::Contexts), c.left) << c.what;
+    }
+    EXPECT_EQ(weed->parentContext(), work);
+    EXPECT_EQ(garden->parentContext(), work);
 }
