@@ -5,6 +5,7 @@
 #include "lists/projectarraycontroller.h"
 #include "lists/smartfoldersarraycontroller.h"
 #include "lists/tasksarraycontroller.h"
+#include "model/archivecategory.h"
 #include "model/smartfolder.h"
 #include "ui/foldertreeview.h"
 #include "ui/models/foldertreemodel.h"
@@ -248,4 +249,30 @@ TEST_F(FolderTreeViewTest, TasksDroppedOnAFolderLeaveTheTable)
     }
     EXPECT_EQ(weed->parentContext(), work);
     EXPECT_EQ(garden->parentContext(), work);
+}
+
+TEST_F(FolderTreeViewTest, ArchiveCategoriesAreMadeAndDeletedHere)
+{
+    FolderTreeView view(switcher(), TaskView::Archive);
+    view.show();
+    view.newFolder();
+    auto* year = static_cast<ArchiveCategory*>(switcher().archiveCategoryController().firstSelectedRecord());
+    ASSERT_TRUE(year);
+    view.newSubfolder();
+    auto* month = static_cast<ArchiveCategory*>(switcher().archiveCategoryController().firstSelectedRecord());
+    ASSERT_TRUE(month);
+    EXPECT_EQ(month->parentCategory(), year);
+    EXPECT_EQ(month->name(), QStringLiteral("New category"));
+
+    select(view, {year});
+    for (bool answer : {false, true}) {
+        host.answerDefault = answer;
+        view.deleteSelected();
+        EXPECT_EQ(year->isDeleted(), answer);
+        EXPECT_EQ(month->isDeleted(), answer) << "the subtree goes with it";
+    }
+    EXPECT_EQ(view.model()->rowCount(), 0);
+    context->undo();
+    context->processPendingChanges();
+    EXPECT_EQ(view.model()->rowCount(), 1);
 }
