@@ -70,6 +70,12 @@ bool MoveToKeyField::event(QEvent* event)
 
 void MoveToKeyField::keyPressEvent(QKeyEvent* event)
 {
+    // Escape types a control character, which would only look for a folder named by it; it is the
+    // dialog's, to end the walk as desktop dialogs do.
+    if (event->key() == Qt::Key_Escape) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
     KeyPress press{event->key(), event->modifiers(), event->text()};
     const auto handle = [this, &press] { return m_control->keyDown(press); };
     const bool used = m_wrapper ? m_wrapper(press, handle) : handle();

@@ -12,7 +12,7 @@ class QLabel;
 
 // The widget of one key-driven control of the move-to sheet: it takes the focus, gives every key to its
 // control (Tab too, which the control turns into the sheet's next control) and shows the control's label,
-// text and text colour. Keys the control leaves alone (Return) go on to the dialog.
+// text and text colour. Keys the control leaves alone (Return), and Escape, go on to the dialog.
 class MoveToKeyField : public QWidget {
     Q_OBJECT
 public:
