@@ -31,7 +31,10 @@
 
 namespace {
 
-const QString kMultiple = QObject::tr("Multiple values");
+QString multipleValues()
+{
+    return QObject::tr("Multiple values");
+}
 
 // The value all tasks share; nullopt when they differ (or there are none).
 template <class Get>
@@ -60,7 +63,7 @@ void showText(QLineEdit* edit, const std::optional<QString>& value)
 {
     if (edit->hasFocus() && edit->isModified())
         return;
-    edit->setPlaceholderText(value ? QString() : kMultiple);
+    edit->setPlaceholderText(value ? QString() : multipleValues());
     const QString text = value.value_or(QString());
     if (edit->text() != text) {
         const int cursor = edit->cursorPosition();
@@ -75,7 +78,7 @@ void showText(QPlainTextEdit* edit, const std::optional<QString>& value)
 {
     if (edit->hasFocus() && edit->document()->isModified())
         return;
-    edit->setPlaceholderText(value ? QString() : kMultiple);
+    edit->setPlaceholderText(value ? QString() : multipleValues());
     const QString text = value.value_or(QString());
     if (edit->toPlainText() != text) {
         const int cursor = edit->textCursor().position();
@@ -481,9 +484,9 @@ void TaskDetailPane::refresh()
         }
         if (mixed && chooser->lineEdit())
             chooser->lineEdit()->clear();
-        chooser->setPlaceholderText(mixed ? kMultiple : QString());
+        chooser->setPlaceholderText(mixed ? multipleValues() : QString());
         if (chooser->lineEdit())
-            chooser->lineEdit()->setPlaceholderText(mixed ? kMultiple : QString());
+            chooser->lineEdit()->setPlaceholderText(mixed ? multipleValues() : QString());
     };
     const auto context = common(tasks, [](Task* t) { return static_cast<Record*>(t->parentContext()); });
     showFolder(m_context, context.value_or(nullptr), !context);
@@ -502,7 +505,7 @@ void TaskDetailPane::refresh()
     showDate(m_due, common(tasks, [](Task* t) { return t->dueDate(); }));
 
     auto showChoice = [](QComboBox* combo, const std::optional<qint64>& value) {
-        combo->setPlaceholderText(value ? QString() : kMultiple);
+        combo->setPlaceholderText(value ? QString() : multipleValues());
         combo->setCurrentIndex(value ? combo->findData(int(*value)) : -1);
     };
     showChoice(m_priority, common(tasks, [](Task* t) { return t->priority(); }));
@@ -523,14 +526,14 @@ void TaskDetailPane::refresh()
     } else {
         // One step below the range shows the mixed state; the user's first step leaves it.
         m_recurNumber->setMinimum(-1);
-        m_recurNumber->setSpecialValueText(kMultiple);
+        m_recurNumber->setSpecialValueText(multipleValues());
         m_recurNumber->setValue(-1);
     }
     const auto mode = common(tasks, [](Task* t) { return t->recurMode(); });
-    m_recurMode->setPlaceholderText(mode ? QString() : kMultiple);
+    m_recurMode->setPlaceholderText(mode ? QString() : multipleValues());
     m_recurMode->setCurrentIndex(mode && *mode >= 0 && *mode < 3 ? int(*mode) : -1);
     const auto type = common(tasks, [](Task* t) { return t->recurType(); });
-    m_recurType->setPlaceholderText(type ? QString() : kMultiple);
+    m_recurType->setPlaceholderText(type ? QString() : multipleValues());
     m_recurType->setCurrentIndex(type && *type >= 0 && *type < 2 ? int(*type) : -1);
     m_refreshing = false;
 }
