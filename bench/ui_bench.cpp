@@ -14,6 +14,7 @@
 #include "app/coredataappdelegate.h"
 #include "app/preferencedefaults.h"
 #include "app/preferences.h"
+#include "lists/alltasksarraycontroller.h"
 #include "lists/smartfoldersarraycontroller.h"
 #include "lists/tabviewcontroller.h"
 #include "lists/tasksarraycontroller.h"

@@ -231,12 +231,13 @@ void DesktopApplication::showPreferences(bool quickTags)
 {
     if (!m_preferencesWindow) {
         PreferencesWindowServices services;
-        services.save = [this] {
+        services.saveStore = [this] {
             saveAction();
             return !m_delegate->managedObjectContext().hasChanges();
         };
         services.currentDataFilePath = [this] { return m_delegate->currentDataFilePath(); };
-        services.rebuildMenus = [this] { m_services->buildStatusMenus(); };
+        services.rebuildStatusMenu = [this] { m_services->buildStatusMenus(); };
+        services.rebuildQuickTagsMenu = [this] { m_services->buildStatusMenus(); };
         services.updateBadge = [this] {
             Context* inbox = m_window->views().contextController().inboxContext();
             m_services->updateBadge(inbox ? int(inbox->pendingTasksCount()) : 0);
@@ -245,10 +246,13 @@ void DesktopApplication::showPreferences(bool quickTags)
             return m_dialogs->confirm(&m_window->window(), title, text, yes, no);
         };
         m_preferencesWindow = new PreferencesWindow(*m_preferences, services, &m_window->window());
-        connect(m_preferencesWindow, &PreferencesWindow::preferencesChanged, this, [this] {
-            m_services->registerHotKeys(*m_preferences);
-            m_autoSaveTimer->stopTimer();
-            m_autoSaveTimer->activateTimer();
+        connect(m_preferencesWindow, &PreferencesWindow::preferenceChanged, this, [this](const QString& key) {
+            if (key.endsWith(QLatin1String("KeyboardShortcut")))
+                m_services->registerHotKeys(*m_preferences);
+            if (key == QLatin1String("autoSave") || key == QLatin1String("autoSaveAfterMinutes")) {
+                m_autoSaveTimer->stopTimer();
+                m_autoSaveTimer->activateTimer();
+            }
         });
     }
     if (quickTags)

@@ -2,6 +2,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QGuiApplication>
+#include <QPalette>
 #include <QHash>
 
 namespace {
@@ -81,12 +83,25 @@ QIcon vyroIcon(const QString& imageName)
 
 void chooseIconTheme()
 {
+    // Platforms without a desktop theme of their own (offscreen, a bare X server) may not even look in
+    // the system's icon folders.
+    QStringList paths = QIcon::themeSearchPaths();
+    const QByteArray dataDirs = qgetenv("XDG_DATA_DIRS");
+    const QStringList roots = dataDirs.isEmpty() ? QStringList{QStringLiteral("/usr/local/share"), QStringLiteral("/usr/share")}
+                                                 : QString::fromLocal8Bit(dataDirs).split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    for (const QString& root : roots)
+        if (const QString dir = root + QStringLiteral("/icons"); !paths.contains(dir) && QDir(dir).exists())
+            paths << dir;
+    QIcon::setThemeSearchPaths(paths);
     const QString current = QIcon::themeName();
     if (!current.isEmpty() && current != QLatin1String("hicolor"))
         return;
+    // A dark palette gets the theme's dark variant, whose glyphs stay readable on it.
+    const bool dark = QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
+    const QString wanted = dark ? QStringLiteral("breeze-dark") : QStringLiteral("breeze");
     for (const QString& dir : QIcon::themeSearchPaths()) {
-        if (QDir(dir + QStringLiteral("/breeze")).exists()) {
-            QIcon::setThemeName(QStringLiteral("breeze"));
+        if (QDir(dir + QLatin1Char('/') + wanted).exists()) {
+            QIcon::setThemeName(wanted);
             return;
         }
     }

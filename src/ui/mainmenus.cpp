@@ -59,13 +59,22 @@ void MainWindowController::buildMenus()
     // File
     QMenu* file = bar->addMenu(QStringLiteral("&File"));
     file->setObjectName(QStringLiteral("fileMenu"));
-    addAction(file, QStringLiteral("performNewTaskAction"), QStringLiteral("&New Task"), QKeySequence::New, [&v] { v.performNewTaskAction(); })
+    addAction(file, QStringLiteral("performNewTaskAction"), QStringLiteral("&New Task"), QKeySequence::New, [this, &v] {
+        UndoGrouping step(m_store.undoManager(), QStringLiteral("New Task"));
+        v.performNewTaskAction();
+    })
         ->setIcon(QIcon::fromTheme(QStringLiteral("list-add")));
     addAction(file, QStringLiteral("performNewFolderAction"), QStringLiteral("New Context"), QKeySequence(QStringLiteral("Ctrl+Shift+N")),
-              [&v] { v.performNewFolderAction(); })
+              [this] {
+                  if (FolderTreeView* tree = folderPane(currentView()))
+                      tree->newFolder();
+              })
         ->setIcon(QIcon::fromTheme(QStringLiteral("folder-new")));
     addAction(file, QStringLiteral("performNewSubfolderAction"), QStringLiteral("New Subfolder"), QKeySequence(QStringLiteral("Ctrl+Alt+N")),
-              [&v] { v.performNewSubfolderAction(); });
+              [this] {
+                  if (FolderTreeView* tree = folderPane(currentView()))
+                      tree->newSubfolder();
+              });
     addAction(file, QStringLiteral("renameFolder"), QStringLiteral("Rename Folder"), {}, [this] {
         if (FolderTreeView* tree = folderPane(currentView()))
             tree->renameSelected();
@@ -100,12 +109,14 @@ void MainWindowController::buildMenus()
     edit->setObjectName(QStringLiteral("editMenu"));
     addAction(edit, QStringLiteral("undo"), QStringLiteral("&Undo"), QKeySequence::Undo, [this] {
         commitEditing();
+        m_store.processPendingChanges(); // what was just done becomes the step to undo
         m_store.undo();
         table(currentView()).showListSelection();
         updateDetailPane();
     })->setIcon(QIcon::fromTheme(QStringLiteral("edit-undo")));
     addAction(edit, QStringLiteral("redo"), QStringLiteral("&Redo"), QKeySequence::Redo, [this] {
         commitEditing();
+        m_store.processPendingChanges();
         m_store.redo();
         table(currentView()).showListSelection();
         updateDetailPane();

@@ -171,7 +171,13 @@ QAction* MainWindowController::addAction(QMenu* menu, const QString& name, const
         action->setShortcut(shortcut);
         action->setShortcutContext(Qt::WindowShortcut);
     }
-    connect(action, &QAction::triggered, this, [run = std::move(run)] { run(); });
+    // Each command is a step of its own on the undo stack: what came before is closed off first, and
+    // what the command changed is taken in before the next event.
+    connect(action, &QAction::triggered, this, [this, run = std::move(run)] {
+        m_store.processPendingChanges();
+        run();
+        m_store.processPendingChanges();
+    });
     if (menu)
         menu->addAction(action);
     m_window->addAction(action);
@@ -351,9 +357,15 @@ void MainWindowController::showSmartFolderProperties(SmartFolder* folder)
 {
     if (!folder)
         return;
-    SmartFolderPropertiesDialog dialog(*m_views, folder, m_window.get());
-    dialog.exec();
-    rearrangeFolderTree(TaskView::ToComplete);
+    if (!m_smartFolderProperties) {
+        m_smartFolderProperties = new SmartFolderPropertiesDialog(*m_views, m_window.get());
+        connect(m_smartFolderProperties, &QDialog::finished, this, [this] {
+            refetchFolderTree(TaskView::ToComplete);
+            table(TaskView::ToComplete).showListSelection();
+            updateStatus();
+        });
+    }
+    m_smartFolderProperties->showProperties(folder);
 }
 
 void MainWindowController::showWarning(const QString& title, const QString& text)
@@ -488,8 +500,13 @@ void MainWindowController::updateDetailPane()
 void MainWindowController::updateViewActions()
 {
     const TaskView view = currentView();
-    if (QAction* a = action(QStringLiteral("performNewFolderAction")))
-        a->setText(m_views->currentTaskContainer().replace(QStringLiteral("New "), QStringLiteral("New ")) + QStringLiteral("…"));
+    if (QAction* a = action(QStringLiteral("performNewFolderAction"))) {
+        QString title = m_views->currentTaskContainer(); // "New context": a menu entry capitalises each word
+        for (qsizetype i = 1; i < title.size(); ++i)
+            if (title[i - 1] == QLatin1Char(' '))
+                title[i] = title[i].toUpper();
+        a->setText(title);
+    }
     const int v = int(view);
     for (int i = 0; i < kTaskViewCount; ++i)
         if (QAction* a = action(QStringLiteral("selectView%1").arg(i)))

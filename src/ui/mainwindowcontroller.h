@@ -22,6 +22,7 @@ class MoveToSheet;
 class ObjectContext;
 class Preferences;
 class PreferencesWindow;
+class SmartFolderPropertiesDialog;
 class QAction;
 class QMenu;
 class QSplitter;
@@ -135,7 +136,7 @@ private:
     QHash<QString, QAction*> m_actions;
     QPointer<MoveToSheet> m_moveToSheet;
     QPointer<ArchivingSheet> m_archivingSheet;
-    QPointer<PreferencesWindow> m_preferencesWindow;
+    QPointer<SmartFolderPropertiesDialog> m_smartFolderProperties;
     std::function<void()> m_quit;
     std::function<void()> m_save;
     std::function<void(bool)> m_preferencesHandler;

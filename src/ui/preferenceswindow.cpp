@@ -257,7 +257,10 @@ QWidget* PreferencesWindow::boolBox(QLatin1StringView key, const QString& text)
     m_loaders.push_back([this, box, key] { box->setChecked(m_preferences.boolForKey(key)); });
     connect(box, &QCheckBox::toggled, this, [this, key](bool on) {
         if (!m_loading)
+        {
             m_preferences.setBool(key, on);
+            Q_EMIT preferenceChanged(QString(key));
+        }
     });
     return box;
 }
@@ -273,7 +276,10 @@ QWidget* PreferencesWindow::integerSpin(QLatin1StringView key, const QString& ac
     m_loaders.push_back([this, spin, key] { spin->setValue(m_preferences.integerForKey(key)); });
     connect(spin, &QSpinBox::valueChanged, this, [this, key](int value) {
         if (!m_loading)
+        {
             m_preferences.setInteger(key, value);
+            Q_EMIT preferenceChanged(QString(key));
+        }
     });
     return spin;
 }
@@ -289,7 +295,10 @@ QWidget* PreferencesWindow::integerTextSpin(QLatin1StringView key, const QString
     m_loaders.push_back([this, spin, key] { spin->setValue(m_preferences.stringForKey(key).toInt()); });
     connect(spin, &QSpinBox::valueChanged, this, [this, key](int value) {
         if (!m_loading)
+        {
             m_preferences.setString(key, QString::number(value));
+            Q_EMIT preferenceChanged(QString(key));
+        }
     });
     return spin;
 }
@@ -317,6 +326,7 @@ QWidget* PreferencesWindow::integerChoice(QLatin1StringView key, const QString& 
     });
     connect(combo, &QComboBox::activated, this, [this, combo, key](int index) {
         m_preferences.setInteger(key, combo->itemData(index).toInt());
+        Q_EMIT preferenceChanged(QString(key));
     });
     return combo;
 }
@@ -336,6 +346,7 @@ QWidget* PreferencesWindow::stringListField(const QString& key, const QString& a
             m_preferences.removeKey(key);
         else
             m_preferences.setStringList(key, tags);
+        Q_EMIT preferenceChanged(key);
     });
     return edit;
 }

@@ -69,6 +69,10 @@ public:
     void showSheet() override;
     void hideSheet() override;
 
+Q_SIGNALS:
+    // A widget wrote `key`: what reads it at once (hot keys, the timers) may follow.
+    void preferenceChanged(const QString& key);
+
 public Q_SLOTS:
     void reject() override;
 

@@ -16,6 +16,7 @@
 #include "ui/mainwindowcontroller.h"
 
 #include <QAction>
+#include <QCoreApplication>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -116,6 +117,8 @@ TEST_F(DesktopApplicationTest, NewTaskGoesToTheListOfTheCurrentView)
     EXPECT_EQ(inbox->tasks().size(), before + 1) << "from the completed view the task goes to the selected context";
     EXPECT_EQ(views().selectedTab(), TaskView::Contexts);
 
+    QCoreApplication::processEvents();
+    EXPECT_EQ(window().action(QStringLiteral("undo"))->text(), QStringLiteral("&Undo New Task"));
     trigger(QStringLiteral("undo"));
     EXPECT_EQ(inbox->tasks().size(), before) << "Edit > Undo reaches the store";
 }
