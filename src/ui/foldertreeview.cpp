@@ -408,6 +408,19 @@ void FolderTreeView::saveState() const
     prefs.setObject(selectionKey(), selected.empty() ? QString() : selected.front()->uri());
 }
 
+// Where a first start (or a folder deleted since) begins: the Inbox, "All tasks", the first folder.
+Record* FolderTreeView::defaultFolder() const
+{
+    if (m_view == TaskView::Contexts)
+        return m_views.contextController().inboxContext();
+    if (m_view == TaskView::ToComplete) {
+        const auto folders = m_views.smartFolderController().arrangedObjects();
+        return folders.empty() ? nullptr : folders.front();
+    }
+    const QModelIndex first = model()->index(0, 0);
+    return first.isValid() ? recordAt(first) : nullptr;
+}
+
 void FolderTreeView::restoreState()
 {
     Preferences& prefs = m_views.preferences();
@@ -415,7 +428,12 @@ void FolderTreeView::restoreState()
         expandUris(prefs.objectForKey(expandedKey()).toStringList());
     const QString uri = prefs.stringForKey(selectionKey());
     Record* folder = uri.isEmpty() ? nullptr : m_views.store().objectWithURI(uri);
-    if (!folder || !indexOf(folder).isValid())
+    if (!folder || !indexOf(folder).isValid()) {
+        // An unknown folder leaves a selection alone; without one the view starts at its default.
+        const bool hasSelection = m_folders ? !m_folders->selectedRecords().empty() : m_views.smartFolderController().selectedFolder() != nullptr;
+        folder = hasSelection ? nullptr : defaultFolder();
+    }
+    if (!folder)
         return;
     if (m_folders)
         m_folders->selectRecord(folder);

@@ -68,6 +68,7 @@ protected:
 private:
     QModelIndex indexOf(const Record* folder) const;
     Record* recordAt(const QModelIndex& index) const;
+    Record* defaultFolder() const;
     std::vector<Record*> listSelection() const;
     // Selects `folders` here without passing the change back to the list.
     void reflect(const std::vector<Record*>& folders, bool reveal);

@@ -13,9 +13,6 @@ StatusLabelController::StatusLabelController(QWidget* parent) : QWidget(parent)
     m_indicator->setRange(0, 0);
     m_indicator->setTextVisible(false);
     m_indicator->setFixedSize(40, 8);
-    QSizePolicy keep = m_indicator->sizePolicy();
-    keep.setRetainSizeWhenHidden(true);
-    m_indicator->setSizePolicy(keep);
     m_indicator->hide();
     m_label = new QLabel(this);
     m_label->setObjectName(QStringLiteral("statusText"));

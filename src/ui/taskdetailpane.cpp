@@ -134,6 +134,8 @@ void TaskDetailPane::buildForm()
     scroll->setObjectName(QStringLiteral("detailScrollArea"));
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
+    // The form narrows with the pane; only a short pane scrolls, and only down.
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     auto* form = new QWidget;
     scroll->setWidget(form);
     m_pages->addWidget(scroll);
@@ -179,7 +181,9 @@ void TaskDetailPane::buildForm()
     levels->addWidget(effortLabel);
     levels->addWidget(m_effort);
     levels->addStretch(1);
-    layout->addRow(tr("P&riority:"), levels);
+    auto* priorityLabel = new QLabel(tr("P&riority:"));
+    priorityLabel->setBuddy(m_priority);
+    layout->addRow(priorityLabel, levels);
 
     m_nextAction = named(new QCheckBox(tr("Next action")), QStringLiteral("detailNextAction"), tr("Next action"));
     m_waitingFor = named(new QCheckBox(tr("Waiting for")), QStringLiteral("detailWaitingFor"), tr("Waiting for"));
@@ -196,7 +200,7 @@ void TaskDetailPane::buildForm()
     auto* flags = new QGridLayout;
     flags->setContentsMargins(0, 0, 0, 0);
     for (size_t i = 0; i < m_flags.size(); ++i)
-        flags->addWidget(m_flags[i].box, int(i / 3), int(i % 3));
+        flags->addWidget(m_flags[i].box, int(i / 2), int(i % 2));
     layout->addRow(tr("Status:"), flags);
 
     m_recurNumber = named(new QSpinBox, QStringLiteral("detailRecurrenceNumber"), tr("Repeat every"));
@@ -207,12 +211,15 @@ void TaskDetailPane::buildForm()
     m_recurMode->addItems({tr("days"), tr("weeks"), tr("months")});
     m_recurType = named(new QComboBox, QStringLiteral("detailRecurrenceType"), tr("Repeat from"));
     m_recurType->addItems({tr("from its own dates"), tr("from today")});
-    auto* recurrence = new QHBoxLayout;
-    recurrence->addWidget(m_recurNumber);
-    recurrence->addWidget(m_recurMode);
-    recurrence->addWidget(m_recurType);
-    recurrence->addStretch(1);
-    layout->addRow(tr("Repeat e&very:"), recurrence);
+    auto* recurrence = new QGridLayout;
+    recurrence->setContentsMargins(0, 0, 0, 0);
+    recurrence->addWidget(m_recurNumber, 0, 0);
+    recurrence->addWidget(m_recurMode, 0, 1);
+    recurrence->addWidget(m_recurType, 1, 0, 1, 2);
+    recurrence->setColumnStretch(2, 1);
+    auto* recurrenceLabel = new QLabel(tr("Repeat e&very:"));
+    recurrenceLabel->setBuddy(m_recurNumber);
+    layout->addRow(recurrenceLabel, recurrence);
 
     m_tags = named(new QLineEdit, QStringLiteral("detailTags"), tr("Tags"));
     m_tags->setToolTip(tr("Tags, separated by commas"));

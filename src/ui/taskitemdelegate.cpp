@@ -103,10 +103,16 @@ void TaskItemDelegate::paintPips(QPainter* painter, const QStyleOptionViewItem& 
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing, true);
     painter->setPen(Qt::NoPen);
+    // Effort fills up to its value (more pips, more work). Priority marks only its own slot, since 1 is
+    // the most urgent: a fuller bar must not read as more important. The urgent two are coloured.
+    const bool priority = count == 5;
+    if (priority && !selected && !done && value >= 1 && value <= 2)
+        filled = value == 1 ? QColor(0xda, 0x44, 0x53) : QColor(0xf6, 0x74, 0x00);
     for (int i = 0; i < count; ++i) {
         QRectF pip(0, 0, side, side);
         pip.moveCenter(QPointF(cell.left() + slot * (i + 0.5), cell.center().y()));
-        painter->setBrush(i < value ? filled : empty);
+        const bool on = priority ? i + 1 == value : i < value;
+        painter->setBrush(on ? filled : empty);
         painter->drawRoundedRect(pip, side / 4, side / 4);
     }
     painter->restore();

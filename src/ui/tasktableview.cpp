@@ -291,6 +291,10 @@ void TaskTableView::applyColumnWidths()
     for (int i = 0; i < columns.size() && i < m_model->columnCount(); ++i)
         if (columns[i].width > 0)
             setColumnWidth(i, int(columns[i].width));
+    // The name takes what the other columns leave, so the table fits its pane without sideways
+    // scrolling; the others keep the widths the user gave them.
+    for (int i = 0; i < m_model->columnCount(); ++i)
+        horizontalHeader()->setSectionResizeMode(i, m_model->columnIdentifier(i) == u"name" ? QHeaderView::Stretch : QHeaderView::Interactive);
     m_applyingWidths = false;
 }
 
@@ -299,7 +303,7 @@ void TaskTableView::columnResized(int section, int, int newSize)
     if (m_applyingWidths)
         return;
     const QString id = m_model->columnIdentifier(section);
-    if (!id.isEmpty())
+    if (!id.isEmpty() && id != u"name") // the name follows the pane's width, it is not the user's choice
         tableState().setColumnWidth(id, newSize);
 }
 

@@ -67,7 +67,8 @@ protected:
 
 TEST_F(DesktopApplicationTest, StartsWithTheSpecialRecordsAndTheLastView)
 {
-    EXPECT_NE(views().contextController().inboxContext(), nullptr);
+    ASSERT_NE(views().contextController().inboxContext(), nullptr);
+    EXPECT_EQ(views().contextController().selectedObject(), views().contextController().inboxContext()) << "a first start shows the Inbox";
     EXPECT_EQ(views().selectedTab(), TaskView::Contexts);
     EXPECT_EQ(window().toolbar().selectedItemIdentifier(), QStringLiteral("mainToolbarContexts"));
     EXPECT_TRUE(window().window().isVisible());

@@ -211,8 +211,8 @@ TEST_F(TaskTableViewTest, ColumnsMenuHidesAndShowsColumns)
     view->visibleColumnsMenu()->findChild<QAction*>(u"column_priority"_s)->trigger();
     EXPECT_EQ(view->taskModel().columnCount(), before);
 
-    view->setColumnWidth(view->taskModel().columnOf(u"name"_s), 211);
-    EXPECT_EQ(state().visibleColumns()[view->taskModel().columnOf(u"name"_s)].width, 211);
+    view->setColumnWidth(view->taskModel().columnOf(u"priority"_s), 71);
+    EXPECT_EQ(state().visibleColumns()[view->taskModel().columnOf(u"priority"_s)].width, 71);
 }
 
 TEST_F(TaskTableViewTest, CopyPasteDuplicatesAndCutPasteMoves)
