@@ -116,7 +116,7 @@ QWidget* PreferencesWindow::buildGeneralTab()
     form->addRow(section(tr("When the program is in the background")));
     auto* hide = new QHBoxLayout;
     hide->addWidget(boolBox(Key::hideApplicationIfWindowNotActive, tr("Hide the program after")));
-    hide->addWidget(integerTextSpin(Key::hideApplicationIfWindowNotActiveAfterSeconds, tr("Hide after seconds"), 1, 86400, tr(" seconds")));
+    hide->addWidget(integerSpin(Key::hideApplicationIfWindowNotActiveAfterSeconds, tr("Hide after seconds"), 1, 86400, tr(" seconds"), true));
     hide->addStretch(1);
     form->addRow(hide);
     form->addRow(boolBox(Key::cleanUpWhenWindowLostsFocus, tr("Clean up completed tasks")));
@@ -125,7 +125,7 @@ QWidget* PreferencesWindow::buildGeneralTab()
     form->addRow(section(tr("Saving and clean-up")));
     auto* save = new QHBoxLayout;
     save->addWidget(boolBox(Key::autoSave, tr("Save every")));
-    save->addWidget(integerTextSpin(Key::autoSaveAfterMinutes, tr("Save every minutes"), 1, 1440, tr(" minutes")));
+    save->addWidget(integerSpin(Key::autoSaveAfterMinutes, tr("Save every minutes"), 1, 1440, tr(" minutes"), true));
     save->addStretch(1);
     form->addRow(save);
     form->addRow(boolBox(Key::cleanUpImmediately, tr("Clean up a task as soon as it is completed")));
@@ -256,49 +256,34 @@ QWidget* PreferencesWindow::boolBox(QLatin1StringView key, const QString& text)
     box->setAccessibleName(text);
     m_loaders.push_back([this, box, key] { box->setChecked(m_preferences.boolForKey(key)); });
     connect(box, &QCheckBox::toggled, this, [this, key](bool on) {
-        if (!m_loading)
-        {
-            m_preferences.setBool(key, on);
-            Q_EMIT preferenceChanged(QString(key));
-        }
+        if (m_loading)
+            return;
+        m_preferences.setBool(key, on);
+        Q_EMIT preferenceChanged(QString(key));
     });
     return box;
 }
 
+// A number box over an integer key, or over a key that keeps the integer as text ("autoSaveAfterMinutes").
 QWidget* PreferencesWindow::integerSpin(QLatin1StringView key, const QString& accessibleName, int minimum, int maximum,
-                                        const QString& suffix)
+                                        const QString& suffix, bool storedAsText)
 {
     auto* spin = new QSpinBox;
     spin->setObjectName(QString(key));
     spin->setAccessibleName(accessibleName);
     spin->setRange(minimum, maximum);
     spin->setSuffix(suffix);
-    m_loaders.push_back([this, spin, key] { spin->setValue(m_preferences.integerForKey(key)); });
-    connect(spin, &QSpinBox::valueChanged, this, [this, key](int value) {
-        if (!m_loading)
-        {
-            m_preferences.setInteger(key, value);
-            Q_EMIT preferenceChanged(QString(key));
-        }
+    m_loaders.push_back([this, spin, key, storedAsText] {
+        spin->setValue(storedAsText ? m_preferences.stringForKey(key).toInt() : m_preferences.integerForKey(key));
     });
-    return spin;
-}
-
-QWidget* PreferencesWindow::integerTextSpin(QLatin1StringView key, const QString& accessibleName, int minimum, int maximum,
-                                            const QString& suffix)
-{
-    auto* spin = new QSpinBox;
-    spin->setObjectName(QString(key));
-    spin->setAccessibleName(accessibleName);
-    spin->setRange(minimum, maximum);
-    spin->setSuffix(suffix);
-    m_loaders.push_back([this, spin, key] { spin->setValue(m_preferences.stringForKey(key).toInt()); });
-    connect(spin, &QSpinBox::valueChanged, this, [this, key](int value) {
-        if (!m_loading)
-        {
+    connect(spin, &QSpinBox::valueChanged, this, [this, key, storedAsText](int value) {
+        if (m_loading)
+            return;
+        if (storedAsText)
             m_preferences.setString(key, QString::number(value));
-            Q_EMIT preferenceChanged(QString(key));
-        }
+        else
+            m_preferences.setInteger(key, value);
+        Q_EMIT preferenceChanged(QString(key));
     });
     return spin;
 }

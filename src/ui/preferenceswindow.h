@@ -87,9 +87,9 @@ private:
 
     // Widgets bound to one key each; their loaders read the keys again when the window opens.
     QWidget* boolBox(QLatin1StringView key, const QString& text);
-    QWidget* integerSpin(QLatin1StringView key, const QString& accessibleName, int minimum, int maximum, const QString& suffix = {});
+    QWidget* integerSpin(QLatin1StringView key, const QString& accessibleName, int minimum, int maximum, const QString& suffix = {},
+                         bool storedAsText = false);
     // A key kept as the text of a whole number ("15").
-    QWidget* integerTextSpin(QLatin1StringView key, const QString& accessibleName, int minimum, int maximum, const QString& suffix = {});
     QWidget* integerChoice(QLatin1StringView key, const QString& accessibleName, const std::vector<std::pair<QString, int>>& choices);
     QWidget* stringListField(const QString& key, const QString& accessibleName);
     void chooseColour();

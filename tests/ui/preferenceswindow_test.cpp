@@ -1,4 +1,5 @@
 #include "support/storefixture.h"
+#include "support/widgetlookup.h"
 
 #include "app/preferencedefaults.h"
 #include "app/preferences.h"
@@ -20,17 +21,6 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-template <class W>
-W* child(QWidget& parent, const QString& name)
-{
-    W* w = parent.findChild<W*>(name);
-    EXPECT_NE(w, nullptr) << name.toStdString();
-    return w;
-}
-
-} // namespace
 
 class PreferencesWindowTest : public ::testing::Test {
 protected:

@@ -1,4 +1,5 @@
 #include "support/listsfixture.h"
+#include "support/widgetlookup.h"
 
 #include "lists/alltasksarraycontroller.h"
 #include "lists/folderarraycontroller.h"
@@ -37,13 +38,6 @@ private:
     std::vector<Task*> m_tasks;
 };
 
-template <class W>
-W* child(QWidget& parent, const QString& name)
-{
-    W* w = parent.findChild<W*>(name);
-    EXPECT_NE(w, nullptr) << name.toStdString();
-    return w;
-}
 
 } // namespace
 

@@ -1,4 +1,5 @@
 #include "support/listsfixture.h"
+#include "support/widgetlookup.h"
 
 #include "ui/datefield.h"
 #include "ui/folderchooser.h"
@@ -18,13 +19,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-template <class W>
-W* child(QWidget& parent, const QString& name)
-{
-    W* w = parent.findChild<W*>(name);
-    EXPECT_NE(w, nullptr) << name.toStdString();
-    return w;
-}
 
 // Types `text` into a line edit and finishes the edit with Return, as the user does.
 void typeLine(QLineEdit* edit, const QString& text)
