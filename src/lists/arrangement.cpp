@@ -17,7 +17,9 @@ void sortInListOrder(std::vector<Record*>& records, const QList<SortDescriptor>&
     if (records.size() < 2)
         return;
     const size_t count = size_t(sort.size());
-    if (count == 1 && sortByIntegerKey(records, keys, sort.front(), SortTies::ByPrimaryKey))
+    if (count == 1
+        && (sortByIntegerKey(records, keys, sort.front(), SortTies::ByPrimaryKey)
+            || sortByTextKey(records, keys, sort.front(), SortTies::ByPrimaryKey)))
         return;
     std::vector<size_t> order(records.size());
     for (size_t i = 0; i < order.size(); ++i)

@@ -33,28 +33,17 @@ qint64 integerKey(const Value& v)
     return v.kind() == Value::Kind::Date ? v.dateMSecs() : v.integral();
 }
 
-} // namespace
-
-bool sortByIntegerKey(std::vector<Record*>& records, const std::vector<Value>& values, const SortDescriptor& d, SortTies ties)
+// Sorts by one key per record, made by `keyOf` from each present value; `Key` orders with operator<.
+// Ties keep their order or go by primary key, without a stable sort; absent values stay together at the
+// end the descriptor puts them.
+template <class Key, class KeyOf>
+void sortByOneKey(std::vector<Record*>& records, const std::vector<Value>& values, const SortDescriptor& d, SortTies ties, KeyOf keyOf)
 {
-    bool dates = false;
-    bool numbers = false;
-    for (const Value& v : values) {
-        if (v.isNull())
-            continue;
-        if (!hasIntegerKey(v))
-            return false;
-        (v.kind() == Value::Kind::Date ? dates : numbers) = true;
-    }
-    if (dates && numbers) // no order between the two kinds
-        return false;
-    // Sorted as (key, tie, place) triples: equal keys keep their order, or go by primary key, without a
-    // stable sort. Absent values stay together at one end.
     struct Keyed {
-        qint64 key;
+        Key key;
         qint64 tie;
         quint32 index;
-        bool operator<(const Keyed& o) const { return key != o.key ? key < o.key : tie < o.tie; }
+        bool operator<(const Keyed& o) const { return key < o.key ? true : (o.key < key ? false : tie < o.tie); }
     };
     const bool nullsFirst = !d.nullsLast && d.ascending;
     std::vector<Keyed> keyed;
@@ -63,10 +52,9 @@ bool sortByIntegerKey(std::vector<Record*>& records, const std::vector<Value>& v
     for (size_t i = 0; i < values.size(); ++i) {
         const qint64 tie = ties == SortTies::ByPrimaryKey ? records[i]->primaryKey() : qint64(i);
         if (values[i].isNull())
-            absent.push_back({0, tie, quint32(i)});
-        else // negated for descending; clamped so that the negation cannot overflow
-            keyed.push_back({d.ascending ? integerKey(values[i]) : -std::max(integerKey(values[i]), -std::numeric_limits<qint64>::max()),
-                             tie, quint32(i)});
+            absent.push_back({Key{}, tie, quint32(i)});
+        else
+            keyed.push_back({keyOf(values[i]), tie, quint32(i)});
     }
     std::sort(keyed.begin(), keyed.end());
     if (ties == SortTies::ByPrimaryKey)
@@ -82,6 +70,52 @@ bool sortByIntegerKey(std::vector<Record*>& records, const std::vector<Value>& v
         for (const Keyed& k : absent)
             sorted.push_back(records[k.index]);
     records.swap(sorted);
+}
+
+// Text compared as Value::compare does, reversed for a descending sort. Case-insensitive keys are folded
+// once per record instead of at every comparison; the folding is one to one per character, so the
+// folded texts compare as the originals do without regard to case.
+struct TextKey {
+    QString text;
+    bool descending = false;
+    bool operator<(const TextKey& o) const
+    {
+        const int c = QString::compare(text, o.text, Qt::CaseSensitive);
+        return descending ? c > 0 : c < 0;
+    }
+};
+
+} // namespace
+
+bool sortByIntegerKey(std::vector<Record*>& records, const std::vector<Value>& values, const SortDescriptor& d, SortTies ties)
+{
+    bool dates = false;
+    bool numbers = false;
+    for (const Value& v : values) {
+        if (v.isNull())
+            continue;
+        if (!hasIntegerKey(v))
+            return false;
+        (v.kind() == Value::Kind::Date ? dates : numbers) = true;
+    }
+    if (dates && numbers) // no order between the two kinds
+        return false;
+    sortByOneKey<qint64>(records, values, d, ties, [&d](const Value& v) {
+        // negated for descending; clamped so that the negation cannot overflow
+        return d.ascending ? integerKey(v) : -std::max(integerKey(v), -std::numeric_limits<qint64>::max());
+    });
+    return true;
+}
+
+bool sortByTextKey(std::vector<Record*>& records, const std::vector<Value>& values, const SortDescriptor& d, SortTies ties)
+{
+    for (const Value& v : values)
+        if (!v.isNull() && v.kind() != Value::Kind::String)
+            return false;
+    const bool fold = d.comparison == SortDescriptor::Comparison::CaseInsensitiveCompare;
+    sortByOneKey<TextKey>(records, values, d, ties, [&d, fold](const Value& v) {
+        return TextKey{fold ? v.stringRef().toCaseFolded() : v.stringRef(), !d.ascending};
+    });
     return true;
 }
 
@@ -120,7 +154,9 @@ void sortRecordsByKeys(std::vector<Record*>& records, const QList<SortDescriptor
     if (descriptors.isEmpty() || records.size() < 2)
         return;
     const size_t keys = size_t(descriptors.size());
-    if (keys == 1 && sortByIntegerKey(records, values, descriptors.front(), SortTies::KeepOrder))
+    if (keys == 1
+        && (sortByIntegerKey(records, values, descriptors.front(), SortTies::KeepOrder)
+            || sortByTextKey(records, values, descriptors.front(), SortTies::KeepOrder)))
         return;
     std::vector<size_t> order(records.size());
     for (size_t i = 0; i < order.size(); ++i)

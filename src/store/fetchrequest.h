@@ -45,6 +45,9 @@ void sortRecordsByKeys(std::vector<Record*>& records, const QList<SortDescriptor
 // false, doing nothing, for any other key.
 enum class SortTies { KeepOrder, ByPrimaryKey };
 bool sortByIntegerKey(std::vector<Record*>& records, const std::vector<Value>& values, const SortDescriptor& d, SortTies ties);
+// The same for text keys (every present value a string), compared as the descriptor says; false, with
+// nothing sorted, for other values.
+bool sortByTextKey(std::vector<Record*>& records, const std::vector<Value>& values, const SortDescriptor& d, SortTies ties);
 
 struct FetchRequest {
     FetchRequest() = default;

@@ -5,6 +5,7 @@
 
 
 using ObjectContextTest = StoreFixture;
+using namespace Qt::StringLiterals;
 
 TEST_F(ObjectContextTest, InversesFollowEveryChange)
 {
@@ -355,4 +356,33 @@ TEST_F(ObjectContextTest, UndoStackForTheEditMenu)
     }
     EXPECT_EQ(undone, 3);
     EXPECT_EQ(tasks[0]->priority(), 1);
+}
+
+// The one-key text sort folds its keys once; it must order exactly as comparing the values pair by pair
+// does, in every direction and with absent values.
+TEST_F(ObjectContextTest, TextSortAgreesWithPairwiseComparison)
+{
+    Context* home = newContext(QStringLiteral("Home"));
+    const QStringList pieces = {u"apple"_s, u"Apple"_s, u"ÉCLAIR"_s, u"éclair"_s, u"zebra"_s, u"Zebra pen"_s, u""_s, u"ß"_s, u"SS"_s, u"b"_s};
+    std::vector<Record*> tasks;
+    for (int i = 0; i < 60; ++i) {
+        Task* t = newTask(pieces[(i * 7) % pieces.size()] + (i % 3 ? QString() : u" x"_s), home);
+        if (i % 11 == 0)
+            t->setPrimitiveValue(Task::Attr::name, Value());
+        tasks.push_back(t);
+    }
+    using SD = SortDescriptor;
+    for (bool ascending : {true, false})
+        for (SD::Comparison comparison : {SD::Comparison::Compare, SD::Comparison::CaseInsensitiveCompare})
+            for (bool nullsLast : {false, true}) {
+                const SD d(u"name"_s, ascending, comparison, nullsLast);
+                std::vector<Value> keys;
+                for (Record* r : tasks)
+                    appendSortKeys(*r, {d}, keys);
+                std::vector<Record*> fast = tasks;
+                ASSERT_TRUE(sortByTextKey(fast, keys, d, SortTies::KeepOrder));
+                std::vector<Record*> pairwise = tasks;
+                std::stable_sort(pairwise.begin(), pairwise.end(), [&](Record* a, Record* b) { return d.compareRecords(*a, *b) < 0; });
+                EXPECT_EQ(fast, pairwise) << "ascending " << ascending << ", case-insensitive " << int(comparison) << ", nulls last " << nullsLast;
+            }
 }

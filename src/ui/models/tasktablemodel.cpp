@@ -2,7 +2,7 @@
 
 #include "app/preferencedefaults.h"
 #include "app/preferences.h"
-#include "capture/tasknameanalyzer.h"
+#include "capture/quickentryedit.h"
 #include "lists/tabviewcontroller.h"
 #include "lists/tasksarraycontroller.h"
 #include "lists/tasktablestate.h"
@@ -291,28 +291,7 @@ void TaskTableModel::editName(Task* task, const QString& text)
         task->setName(text);
         return;
     }
-    auto parsed = TaskNameAnalyzer(m_list.store()).parseTaskName(text);
-    if (!parsed) {
-        task->setName(text);
-        return;
-    }
-    // What the line names replaces the task's value; what it leaves out stays.
-    task->setName(parsed->name);
-    if (!parsed->content.isEmpty())
-        task->setContent(parsed->content);
-    task->setPriority(parsed->priority);
-    if (parsed->context)
-        task->moveToContext(parsed->context);
-    if (parsed->project)
-        task->moveToProject(parsed->project);
-    if (parsed->tags)
-        task->setTags(*parsed->tags);
-    if (parsed->startDate || parsed->dueDate) {
-        // Cleared first so that the start stays before the due date through every step.
-        task->setDueDate(QDateTime());
-        task->setStartDate(parsed->startDate.value_or(QDateTime()));
-        task->setDueDate(parsed->dueDate.value_or(QDateTime()));
-    }
+    applyQuickEntryLine(m_list.store(), *task, text);
 }
 
 bool TaskTableModel::setData(const QModelIndex& index, const QVariant& value, int role)
