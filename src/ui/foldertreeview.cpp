@@ -408,6 +408,23 @@ void FolderTreeView::saveState() const
     prefs.setObject(selectionKey(), selected.empty() ? QString() : selected.front()->uri());
 }
 
+// Without a remembered selection a view would show an empty table (contexts) or every task of the
+// store unfiltered, the search included (to complete): the Inbox and "All tasks" stand in.
+Record* FolderTreeView::defaultFolder() const
+{
+    Record* folder = nullptr;
+    if (m_view == TaskView::Contexts) {
+        folder = m_views.contextController().inboxContext();
+    } else if (m_view == TaskView::ToComplete) {
+        for (SmartFolder* f : m_views.smartFolderController().arrangedObjects())
+            if (f->isAllPending()) {
+                folder = f;
+                break;
+            }
+    }
+    return folder && indexOf(folder).isValid() ? folder : nullptr;
+}
+
 void FolderTreeView::restoreState()
 {
     Preferences& prefs = m_views.preferences();
@@ -416,6 +433,8 @@ void FolderTreeView::restoreState()
     const QString uri = prefs.stringForKey(selectionKey());
     Record* folder = uri.isEmpty() ? nullptr : m_views.store().objectWithURI(uri);
     if (!folder || !indexOf(folder).isValid())
+        folder = listSelection().empty() ? defaultFolder() : nullptr;
+    if (!folder)
         return;
     if (m_folders)
         m_folders->selectRecord(folder);

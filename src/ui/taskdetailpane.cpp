@@ -102,6 +102,16 @@ QStringList splitList(const QString& text, QChar separator)
     return out;
 }
 
+// The mnemonics of the form share the window with the menu bar's (File, Edit, Task, View, Window,
+// Help), so each letter here is one the menus leave free. The buddy is the widget that takes the focus:
+// a date field's text, not the field, which has no focus of its own.
+QLabel* buddyLabel(const QString& text, QWidget* buddy)
+{
+    auto* label = new QLabel(text);
+    label->setBuddy(buddy);
+    return label;
+}
+
 QString listText(const QString& stored)
 {
     return splitList(stored, u',').join(QStringLiteral(", "));
@@ -151,7 +161,7 @@ void TaskDetailPane::buildForm()
     big.setPointSizeF(big.pointSizeF() * 1.25);
     big.setWeight(QFont::DemiBold);
     m_name->setFont(big);
-    layout->addRow(tr("&Name:"), m_name);
+    layout->addRow(tr("Na&me:"), m_name);
 
     m_context = named(new FolderChooser(m_views, FolderChooser::Kind::Context), QStringLiteral("detailContext"), tr("Context"));
     layout->addRow(tr("&Context:"), m_context);
@@ -160,10 +170,10 @@ void TaskDetailPane::buildForm()
 
     m_start = new DateField(m_views.store());
     m_start->setFieldName(QStringLiteral("detailStartDate"), tr("Start date"));
-    layout->addRow(tr("&Start date:"), m_start);
+    layout->addRow(buddyLabel(tr("&Start date:"), m_start->lineEdit()), m_start);
     m_due = new DateField(m_views.store());
     m_due->setFieldName(QStringLiteral("detailDueDate"), tr("Due date"));
-    layout->addRow(tr("D&ue date:"), m_due);
+    layout->addRow(buddyLabel(tr("D&ue date:"), m_due->lineEdit()), m_due);
 
     m_priority = named(new QComboBox, QStringLiteral("detailPriority"), tr("Priority"));
     for (int p = 1; p <= 5; ++p)
@@ -173,13 +183,12 @@ void TaskDetailPane::buildForm()
         m_effort->addItem(QString::number(e), e);
     auto* levels = new QHBoxLayout;
     levels->addWidget(m_priority);
-    auto* effortLabel = new QLabel(tr("&Effort:"));
-    effortLabel->setBuddy(m_effort);
+    QLabel* effortLabel = buddyLabel(tr("Eff&ort:"), m_effort);
     levels->addSpacing(12);
     levels->addWidget(effortLabel);
     levels->addWidget(m_effort);
     levels->addStretch(1);
-    layout->addRow(tr("P&riority:"), levels);
+    layout->addRow(buddyLabel(tr("P&riority:"), m_priority), levels);
 
     m_nextAction = named(new QCheckBox(tr("Next action")), QStringLiteral("detailNextAction"), tr("Next action"));
     m_waitingFor = named(new QCheckBox(tr("Waiting for")), QStringLiteral("detailWaitingFor"), tr("Waiting for"));
@@ -212,14 +221,14 @@ void TaskDetailPane::buildForm()
     recurrence->addWidget(m_recurMode);
     recurrence->addWidget(m_recurType);
     recurrence->addStretch(1);
-    layout->addRow(tr("Repeat e&very:"), recurrence);
+    layout->addRow(buddyLabel(tr("Repeat ever&y:"), m_recurNumber), recurrence);
 
     m_tags = named(new QLineEdit, QStringLiteral("detailTags"), tr("Tags"));
     m_tags->setToolTip(tr("Tags, separated by commas"));
-    layout->addRow(tr("&Tags:"), m_tags);
+    layout->addRow(tr("Ta&gs:"), m_tags);
     m_contacts = named(new QLineEdit, QStringLiteral("detailContacts"), tr("Contacts"));
     m_contacts->setToolTip(tr("Names of contacts, separated by commas"));
-    layout->addRow(tr("C&ontacts:"), m_contacts);
+    layout->addRow(tr("Cont&acts:"), m_contacts);
     m_links = named(new QPlainTextEdit, QStringLiteral("detailLinks"), tr("Links"));
     m_links->setToolTip(tr("One link per line"));
     m_links->setTabChangesFocus(true);
@@ -230,7 +239,7 @@ void TaskDetailPane::buildForm()
     m_note = named(new QPlainTextEdit, QStringLiteral("detailNote"), tr("Note"));
     m_note->setTabChangesFocus(true);
     m_note->setMinimumHeight(m_note->fontMetrics().lineSpacing() * 6);
-    layout->addRow(tr("No&te:"), m_note);
+    layout->addRow(tr("&Note:"), m_note);
 
     m_note->installEventFilter(this);
     m_links->installEventFilter(this);

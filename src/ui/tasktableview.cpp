@@ -14,6 +14,7 @@
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QHeaderView>
+#include <QFocusEvent>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMimeData>
@@ -210,6 +211,20 @@ void TaskTableView::selectionChanged(const QItemSelection& selected, const QItem
         return;
     pushSelectionToList();
     Q_EMIT taskSelectionChanged();
+}
+
+// Reached by the keyboard with nothing selected, the table selects the row it marks as current: the
+// task commands and the detail pane then have a task at once, and the first arrow key moves from it
+// instead of passing over it.
+void TaskTableView::focusInEvent(QFocusEvent* event)
+{
+    QTableView::focusInEvent(event);
+    const Qt::FocusReason reason = event->reason();
+    if (reason != Qt::TabFocusReason && reason != Qt::BacktabFocusReason && reason != Qt::ShortcutFocusReason)
+        return;
+    if (selectionModel()->hasSelection() || m_model->rowCount() == 0)
+        return;
+    selectRow(currentIndex().isValid() ? currentIndex().row() : 0);
 }
 
 void TaskTableView::showListSelection()
