@@ -21,6 +21,7 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QSpinBox>
 #include <QStackedWidget>
 #include <QVBoxLayout>
@@ -68,8 +69,8 @@ void showText(QLineEdit* edit, const std::optional<QString>& value)
     if (edit->text() != text) {
         const int cursor = edit->cursorPosition();
         edit->setText(text);
-        if (edit->hasFocus())
-            edit->setCursorPosition(std::min<int>(cursor, text.size()));
+        // A field the user is not in shows the beginning of a long text, not its end.
+        edit->setCursorPosition(edit->hasFocus() ? std::min<int>(cursor, text.size()) : 0);
     }
     edit->setModified(false);
 }
@@ -205,7 +206,7 @@ void TaskDetailPane::buildForm()
     auto* flags = new QGridLayout;
     flags->setContentsMargins(0, 0, 0, 0);
     for (size_t i = 0; i < m_flags.size(); ++i)
-        flags->addWidget(m_flags[i].box, int(i / 3), int(i % 3));
+        flags->addWidget(m_flags[i].box, int(i / 2), int(i % 2));
     layout->addRow(tr("Status:"), flags);
 
     m_recurNumber = named(new QSpinBox, QStringLiteral("detailRecurrenceNumber"), tr("Repeat every"));
@@ -216,11 +217,13 @@ void TaskDetailPane::buildForm()
     m_recurMode->addItems({tr("days"), tr("weeks"), tr("months")});
     m_recurType = named(new QComboBox, QStringLiteral("detailRecurrenceType"), tr("Repeat from"));
     m_recurType->addItems({tr("from its own dates"), tr("from today")});
-    auto* recurrence = new QHBoxLayout;
-    recurrence->addWidget(m_recurNumber);
-    recurrence->addWidget(m_recurMode);
-    recurrence->addWidget(m_recurType);
-    recurrence->addStretch(1);
+    // Two lines, so that the pane stays narrow enough to sit beside the table.
+    auto* recurrence = new QGridLayout;
+    recurrence->setContentsMargins(0, 0, 0, 0);
+    recurrence->addWidget(m_recurNumber, 0, 0);
+    recurrence->addWidget(m_recurMode, 0, 1);
+    recurrence->addWidget(m_recurType, 1, 0, 1, 2);
+    recurrence->setColumnStretch(2, 1);
     layout->addRow(buddyLabel(tr("Repeat ever&y:"), m_recurNumber), recurrence);
 
     m_tags = named(new QLineEdit, QStringLiteral("detailTags"), tr("Tags"));
@@ -240,6 +243,11 @@ void TaskDetailPane::buildForm()
     m_note->setTabChangesFocus(true);
     m_note->setMinimumHeight(m_note->fontMetrics().lineSpacing() * 6);
     layout->addRow(tr("&Note:"), m_note);
+
+    // The form is as wide as the pane and no wider: the pane asks for the width its fields need, and
+    // only scrolls up and down.
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll->setMinimumWidth(form->minimumSizeHint().width() + scroll->verticalScrollBar()->sizeHint().width());
 
     m_note->installEventFilter(this);
     m_links->installEventFilter(this);

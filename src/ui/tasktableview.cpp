@@ -303,10 +303,32 @@ void TaskTableView::applyColumnWidths()
 {
     m_applyingWidths = true;
     const QList<TaskTableColumn>& columns = tableState().visibleColumns();
-    for (int i = 0; i < columns.size() && i < m_model->columnCount(); ++i)
+    int nameColumn = -1;
+    int others = 0;
+    for (int i = 0; i < columns.size() && i < m_model->columnCount(); ++i) {
         if (columns[i].width > 0)
             setColumnWidth(i, int(columns[i].width));
+        if (columns[i].identifier == QLatin1String("name"))
+            nameColumn = i;
+        else
+            others += columnWidth(i);
+    }
+    // The dates and the other short columns stay in sight: a name column wider than the room left
+    // gives up the difference, down to a readable width. The stored width stays the user's.
+    if (nameColumn >= 0) {
+        const int room = viewport()->width() - others;
+        const int stored = columnWidth(nameColumn);
+        const int readable = std::min(stored, fontMetrics().averageCharWidth() * 28);
+        if (room < stored)
+            setColumnWidth(nameColumn, std::max(room, readable));
+    }
     m_applyingWidths = false;
+}
+
+void TaskTableView::resizeEvent(QResizeEvent* event)
+{
+    QTableView::resizeEvent(event);
+    applyColumnWidths();
 }
 
 void TaskTableView::columnResized(int section, int, int newSize)
