@@ -1,6 +1,7 @@
 // What a user who never touches the mouse relies on: every labelled field of the window can be reached
 // by its own Alt letter, the choosers take typed text with Return, a table reached by Tab has a task to
-// act on, and a view opened for the first time shows a folder rather than nothing or everything.
+// act on, a view opened for the first time shows a folder rather than nothing or everything, and the
+// done boxes say what they stand for.
 #include "support/listsfixture.h"
 
 #include "lists/contextarraycontroller.h"
@@ -16,11 +17,16 @@
 #include "ui/mainwindowcontroller.h"
 #include "ui/tasktableview.h"
 
+#include <algorithm>
+
 #include <QAbstractItemView>
 #include <QCompleter>
 #include <QFocusEvent>
 #include <QLabel>
+#include <QImage>
 #include <QLineEdit>
+#include <QPainter>
+#include <QStyleOptionViewItem>
 #include <QMenuBar>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -173,4 +179,36 @@ TEST_F(KeyboardListsTest, ViewsWithoutARememberedFolderShowTheInboxAndAllTasks)
     FolderTreeView projects(switcher(), TaskView::Projects);
     projects.restoreState();
     EXPECT_TRUE(switcher().projectController().selectedRecords().empty()) << "projects have no folder that stands in";
+}
+
+TEST_F(KeyboardListsTest, DoneBoxesOfTheTableShowWhetherTheTaskIsDone)
+{
+    Context* home = folder(u"Home"_s);
+    Task* open = addTask(u"Buy milk"_s, home);
+    Task* finished = addTask(u"Call mum"_s, home);
+    finished->setDone(true);
+    context->processPendingChanges();
+    switcher().contextController().selectRecord(home);
+    switcher().contextTasks().updatePredicate();
+    TaskTableView view(switcher(), TaskTableKind::ContextTasks);
+    view.resize(600, 200);
+
+    auto boxOf = [&view](Task* task) {
+        const std::vector<Task*> rows = view.list().arrangedObjects();
+        const int row = int(std::find(rows.begin(), rows.end(), task) - rows.begin());
+        const QModelIndex cell = view.model()->index(row, 0);
+        EXPECT_EQ(view.model()->headerData(0, Qt::Horizontal).toString(), u"\u2713"_s) << "the done column comes first";
+        QImage image(24, 20, QImage::Format_ARGB32);
+        image.fill(Qt::white);
+        QPainter painter(&image);
+        QStyleOptionViewItem option;
+        option.rect = image.rect();
+        option.widget = &view;
+        option.palette = view.palette();
+        option.state = QStyle::State_Enabled;
+        option.font = view.font();
+        view.itemDelegateForIndex(cell)->paint(&painter, option, cell);
+        return image;
+    };
+    EXPECT_NE(boxOf(open), boxOf(finished)) << "a done task's box is drawn checked";
 }
