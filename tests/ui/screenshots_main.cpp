@@ -76,12 +76,13 @@ QPalette darkPalette()
     return p;
 }
 
-// Lets queued work (counted status line, deferred layouts) run and paints.
+// Lets queued work (counted status line, deferred layouts) run and the line edits' clear buttons finish
+// fading in or out, so that two runs draw the same picture.
 void settle()
 {
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < 10; ++i) {
         QCoreApplication::processEvents();
-        QTest::qWait(20);
+        QTest::qWait(40);
     }
 }
 
@@ -163,6 +164,7 @@ int main(int argc, char** argv)
     const bool dark = parser.isSet(QStringLiteral("dark"));
 
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QApplication::setCursorFlashTime(0); // a blinking text cursor would differ from run to run
     QApplication::setFont(QFont(QStringLiteral("DejaVu Sans"), 10));
     QApplication::setPalette(dark ? darkPalette() : QApplication::style()->standardPalette());
     chooseIconTheme(); // after the palette: a dark one takes the theme's dark variant
