@@ -38,6 +38,9 @@ FolderChooser::FolderChooser(TabViewController& views, Kind kind, QWidget* paren
             Q_EMIT folderChosen(recordAt(*this, index));
     });
     connect(completer, qOverload<const QString&>(&QCompleter::activated), this, [this](const QString&) { commitText(); });
+    // Return while the completions are open but none is highlighted would only close the list, and
+    // the typed text would be lost when the focus leaves: it chooses what the text names instead.
+    completer->popup()->installEventFilter(this);
     reload();
 }
 
@@ -120,6 +123,19 @@ void FolderChooser::focusInEvent(QFocusEvent* event)
     if (!completer()->popup()->isVisible())
         reload();
     QComboBox::focusInEvent(event);
+}
+
+bool FolderChooser::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == completer()->popup() && event->type() == QEvent::KeyPress) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        if ((key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter) && !completer()->popup()->currentIndex().isValid()) {
+            completer()->popup()->hide();
+            commitText();
+            return true;
+        }
+    }
+    return QComboBox::eventFilter(watched, event);
 }
 
 void FolderChooser::keyPressEvent(QKeyEvent* event)

@@ -408,17 +408,21 @@ void FolderTreeView::saveState() const
     prefs.setObject(selectionKey(), selected.empty() ? QString() : selected.front()->uri());
 }
 
-// Where a first start (or a folder deleted since) begins: the Inbox, "All tasks", the first folder.
+// Without a remembered selection a view would show an empty table (contexts) or every task of the
+// store unfiltered, the search included (to complete): the Inbox and "All tasks" stand in.
 Record* FolderTreeView::defaultFolder() const
 {
-    if (m_view == TaskView::Contexts)
-        return m_views.contextController().inboxContext();
-    if (m_view == TaskView::ToComplete) {
-        const auto folders = m_views.smartFolderController().arrangedObjects();
-        return folders.empty() ? nullptr : folders.front();
+    Record* folder = nullptr;
+    if (m_view == TaskView::Contexts) {
+        folder = m_views.contextController().inboxContext();
+    } else if (m_view == TaskView::ToComplete) {
+        for (SmartFolder* f : m_views.smartFolderController().arrangedObjects())
+            if (f->isAllPending()) {
+                folder = f;
+                break;
+            }
     }
-    const QModelIndex first = model()->index(0, 0);
-    return first.isValid() ? recordAt(first) : nullptr;
+    return folder && indexOf(folder).isValid() ? folder : nullptr;
 }
 
 void FolderTreeView::restoreState()
@@ -428,11 +432,8 @@ void FolderTreeView::restoreState()
         expandUris(prefs.objectForKey(expandedKey()).toStringList());
     const QString uri = prefs.stringForKey(selectionKey());
     Record* folder = uri.isEmpty() ? nullptr : m_views.store().objectWithURI(uri);
-    if (!folder || !indexOf(folder).isValid()) {
-        // An unknown folder leaves a selection alone; without one the view starts at its default.
-        const bool hasSelection = m_folders ? !m_folders->selectedRecords().empty() : m_views.smartFolderController().selectedFolder() != nullptr;
-        folder = hasSelection ? nullptr : defaultFolder();
-    }
+    if (!folder || !indexOf(folder).isValid())
+        folder = listSelection().empty() ? defaultFolder() : nullptr;
     if (!folder)
         return;
     if (m_folders)

@@ -67,6 +67,8 @@ protected:
 
 private:
     QModelIndex indexOf(const Record* folder) const;
+    // The folder shown when none was remembered; nullptr for none.
+    Record* defaultFolder() const;
     Record* recordAt(const QModelIndex& index) const;
     Record* defaultFolder() const;
     std::vector<Record*> listSelection() const;

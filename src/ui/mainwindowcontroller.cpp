@@ -145,7 +145,6 @@ void MainWindowController::buildViews()
 
     m_detail = new TaskDetailPane(*m_views);
     m_detail->setObjectName(QStringLiteral("detailPane"));
-    m_detail->setMinimumWidth(260);
 
     m_mainSplitter = new QSplitter(Qt::Horizontal);
     m_mainSplitter->setObjectName(QStringLiteral("mainSplitter"));

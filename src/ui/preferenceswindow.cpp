@@ -16,6 +16,7 @@
 #include <QPainter>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -79,6 +80,9 @@ PreferencesWindow::PreferencesWindow(Preferences& preferences, PreferencesWindow
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_tabs);
     layout->addWidget(buttons);
+    // Every page's tab in sight: scroll arrows on the tab bar hide pages from the user.
+    const QMargins margins = layout->contentsMargins();
+    setMinimumWidth(m_tabs->tabBar()->sizeHint().width() + margins.left() + margins.right() + 8);
 }
 
 PreferencesWindow::~PreferencesWindow() = default;

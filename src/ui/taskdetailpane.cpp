@@ -21,6 +21,7 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QSpinBox>
 #include <QStackedWidget>
 #include <QVBoxLayout>
@@ -68,8 +69,8 @@ void showText(QLineEdit* edit, const std::optional<QString>& value)
     if (edit->text() != text) {
         const int cursor = edit->cursorPosition();
         edit->setText(text);
-        if (edit->hasFocus())
-            edit->setCursorPosition(std::min<int>(cursor, text.size()));
+        // A field the user is not in shows the beginning of a long text, not its end.
+        edit->setCursorPosition(edit->hasFocus() ? std::min<int>(cursor, text.size()) : 0);
     }
     edit->setModified(false);
 }
@@ -100,6 +101,16 @@ QStringList splitList(const QString& text, QChar separator)
             out << trimmed;
     }
     return out;
+}
+
+// The mnemonics of the form share the window with the menu bar's (File, Edit, Task, View, Window,
+// Help), so each letter here is one the menus leave free. The buddy is the widget that takes the focus:
+// a date field's text, not the field, which has no focus of its own.
+QLabel* buddyLabel(const QString& text, QWidget* buddy)
+{
+    auto* label = new QLabel(text);
+    label->setBuddy(buddy);
+    return label;
 }
 
 QString listText(const QString& stored)
@@ -134,8 +145,6 @@ void TaskDetailPane::buildForm()
     scroll->setObjectName(QStringLiteral("detailScrollArea"));
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
-    // The form narrows with the pane; only a short pane scrolls, and only down.
-    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     auto* form = new QWidget;
     scroll->setWidget(form);
     m_pages->addWidget(scroll);
@@ -153,7 +162,7 @@ void TaskDetailPane::buildForm()
     big.setPointSizeF(big.pointSizeF() * 1.25);
     big.setWeight(QFont::DemiBold);
     m_name->setFont(big);
-    layout->addRow(tr("&Name:"), m_name);
+    layout->addRow(tr("Na&me:"), m_name);
 
     m_context = named(new FolderChooser(m_views, FolderChooser::Kind::Context), QStringLiteral("detailContext"), tr("Context"));
     layout->addRow(tr("&Context:"), m_context);
@@ -162,10 +171,10 @@ void TaskDetailPane::buildForm()
 
     m_start = new DateField(m_views.store());
     m_start->setFieldName(QStringLiteral("detailStartDate"), tr("Start date"));
-    layout->addRow(tr("&Start date:"), m_start);
+    layout->addRow(buddyLabel(tr("&Start date:"), m_start->lineEdit()), m_start);
     m_due = new DateField(m_views.store());
     m_due->setFieldName(QStringLiteral("detailDueDate"), tr("Due date"));
-    layout->addRow(tr("D&ue date:"), m_due);
+    layout->addRow(buddyLabel(tr("D&ue date:"), m_due->lineEdit()), m_due);
 
     m_priority = named(new QComboBox, QStringLiteral("detailPriority"), tr("Priority"));
     for (int p = 1; p <= 5; ++p)
@@ -175,15 +184,12 @@ void TaskDetailPane::buildForm()
         m_effort->addItem(QString::number(e), e);
     auto* levels = new QHBoxLayout;
     levels->addWidget(m_priority);
-    auto* effortLabel = new QLabel(tr("&Effort:"));
-    effortLabel->setBuddy(m_effort);
+    QLabel* effortLabel = buddyLabel(tr("Eff&ort:"), m_effort);
     levels->addSpacing(12);
     levels->addWidget(effortLabel);
     levels->addWidget(m_effort);
     levels->addStretch(1);
-    auto* priorityLabel = new QLabel(tr("P&riority:"));
-    priorityLabel->setBuddy(m_priority);
-    layout->addRow(priorityLabel, levels);
+    layout->addRow(buddyLabel(tr("P&riority:"), m_priority), levels);
 
     m_nextAction = named(new QCheckBox(tr("Next action")), QStringLiteral("detailNextAction"), tr("Next action"));
     m_waitingFor = named(new QCheckBox(tr("Waiting for")), QStringLiteral("detailWaitingFor"), tr("Waiting for"));
@@ -211,22 +217,21 @@ void TaskDetailPane::buildForm()
     m_recurMode->addItems({tr("days"), tr("weeks"), tr("months")});
     m_recurType = named(new QComboBox, QStringLiteral("detailRecurrenceType"), tr("Repeat from"));
     m_recurType->addItems({tr("from its own dates"), tr("from today")});
+    // Two lines, so that the pane stays narrow enough to sit beside the table.
     auto* recurrence = new QGridLayout;
     recurrence->setContentsMargins(0, 0, 0, 0);
     recurrence->addWidget(m_recurNumber, 0, 0);
     recurrence->addWidget(m_recurMode, 0, 1);
     recurrence->addWidget(m_recurType, 1, 0, 1, 2);
     recurrence->setColumnStretch(2, 1);
-    auto* recurrenceLabel = new QLabel(tr("Repeat e&very:"));
-    recurrenceLabel->setBuddy(m_recurNumber);
-    layout->addRow(recurrenceLabel, recurrence);
+    layout->addRow(buddyLabel(tr("Repeat ever&y:"), m_recurNumber), recurrence);
 
     m_tags = named(new QLineEdit, QStringLiteral("detailTags"), tr("Tags"));
     m_tags->setToolTip(tr("Tags, separated by commas"));
-    layout->addRow(tr("&Tags:"), m_tags);
+    layout->addRow(tr("Ta&gs:"), m_tags);
     m_contacts = named(new QLineEdit, QStringLiteral("detailContacts"), tr("Contacts"));
     m_contacts->setToolTip(tr("Names of contacts, separated by commas"));
-    layout->addRow(tr("C&ontacts:"), m_contacts);
+    layout->addRow(tr("Cont&acts:"), m_contacts);
     m_links = named(new QPlainTextEdit, QStringLiteral("detailLinks"), tr("Links"));
     m_links->setToolTip(tr("One link per line"));
     m_links->setTabChangesFocus(true);
@@ -237,7 +242,12 @@ void TaskDetailPane::buildForm()
     m_note = named(new QPlainTextEdit, QStringLiteral("detailNote"), tr("Note"));
     m_note->setTabChangesFocus(true);
     m_note->setMinimumHeight(m_note->fontMetrics().lineSpacing() * 6);
-    layout->addRow(tr("No&te:"), m_note);
+    layout->addRow(tr("&Note:"), m_note);
+
+    // The form is as wide as the pane and no wider: the pane asks for the width its fields need, and
+    // only scrolls up and down.
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll->setMinimumWidth(form->minimumSizeHint().width() + scroll->verticalScrollBar()->sizeHint().width());
 
     m_note->installEventFilter(this);
     m_links->installEventFilter(this);

@@ -70,7 +70,10 @@ void TaskItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
         const int side = style->pixelMetric(QStyle::PM_IndicatorWidth, &box, widget);
         box.rect = QRect(0, 0, side, side);
         box.rect.moveCenter(option.rect.center());
+        // The styles draw the indicator from the state flags; checkState alone leaves the box empty.
         box.state |= QStyle::State_Enabled;
+        box.state &= ~(QStyle::State_On | QStyle::State_Off | QStyle::State_NoChange);
+        box.state |= box.checkState == Qt::Checked ? QStyle::State_On : QStyle::State_Off;
         style->drawPrimitive(QStyle::PE_IndicatorItemViewItemCheck, &box, painter, widget);
         return;
     }

@@ -14,6 +14,7 @@
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QHeaderView>
+#include <QFocusEvent>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMimeData>
@@ -212,6 +213,20 @@ void TaskTableView::selectionChanged(const QItemSelection& selected, const QItem
     Q_EMIT taskSelectionChanged();
 }
 
+// Reached by the keyboard with nothing selected, the table selects the row it marks as current: the
+// task commands and the detail pane then have a task at once, and the first arrow key moves from it
+// instead of passing over it.
+void TaskTableView::focusInEvent(QFocusEvent* event)
+{
+    QTableView::focusInEvent(event);
+    const Qt::FocusReason reason = event->reason();
+    if (reason != Qt::TabFocusReason && reason != Qt::BacktabFocusReason && reason != Qt::ShortcutFocusReason)
+        return;
+    if (selectionModel()->hasSelection() || m_model->rowCount() == 0)
+        return;
+    selectRow(currentIndex().isValid() ? currentIndex().row() : 0);
+}
+
 void TaskTableView::showListSelection()
 {
     const std::vector<Task*> tasks = list().selectedObjects();
@@ -288,14 +303,32 @@ void TaskTableView::applyColumnWidths()
 {
     m_applyingWidths = true;
     const QList<TaskTableColumn>& columns = tableState().visibleColumns();
-    for (int i = 0; i < columns.size() && i < m_model->columnCount(); ++i)
+    int nameColumn = -1;
+    int others = 0;
+    for (int i = 0; i < columns.size() && i < m_model->columnCount(); ++i) {
         if (columns[i].width > 0)
             setColumnWidth(i, int(columns[i].width));
-    // The name takes what the other columns leave, so the table fits its pane without sideways
-    // scrolling; the others keep the widths the user gave them.
-    for (int i = 0; i < m_model->columnCount(); ++i)
-        horizontalHeader()->setSectionResizeMode(i, m_model->columnIdentifier(i) == u"name" ? QHeaderView::Stretch : QHeaderView::Interactive);
+        if (columns[i].identifier == QLatin1String("name"))
+            nameColumn = i;
+        else
+            others += columnWidth(i);
+    }
+    // The dates and the other short columns stay in sight: a name column wider than the room left
+    // gives up the difference, down to a readable width. The stored width stays the user's.
+    if (nameColumn >= 0) {
+        const int room = viewport()->width() - others;
+        const int stored = columnWidth(nameColumn);
+        const int readable = std::min(stored, fontMetrics().averageCharWidth() * 28);
+        if (room < stored)
+            setColumnWidth(nameColumn, std::max(room, readable));
+    }
     m_applyingWidths = false;
+}
+
+void TaskTableView::resizeEvent(QResizeEvent* event)
+{
+    QTableView::resizeEvent(event);
+    applyColumnWidths();
 }
 
 void TaskTableView::columnResized(int section, int, int newSize)
@@ -303,7 +336,7 @@ void TaskTableView::columnResized(int section, int, int newSize)
     if (m_applyingWidths)
         return;
     const QString id = m_model->columnIdentifier(section);
-    if (!id.isEmpty() && id != u"name") // the name follows the pane's width, it is not the user's choice
+    if (!id.isEmpty())
         tableState().setColumnWidth(id, newSize);
 }
 
