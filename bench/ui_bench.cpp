@@ -148,6 +148,7 @@ void BM_SearchKeystroke(benchmark::State& state)
 }
 BENCHMARK(BM_SearchKeystroke)->Unit(benchmark::kMillisecond);
 
+
 void BM_MarkOneTaskDone(benchmark::State& state)
 {
     Fixture* f = fixture(state);
@@ -209,6 +210,8 @@ BENCHMARK(BM_PeakMemory)->Iterations(1)->Unit(benchmark::kMillisecond);
 int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (qEnvironmentVariableIsEmpty("TZ")) // as the program itself does
+        qputenv("TZ", ":/etc/localtime");
     QApplication app(argc, argv);
     QApplication::setStyle(QStringLiteral("Fusion"));
     const int status = runBenchmarkMain(argc, argv, g_taskCount);

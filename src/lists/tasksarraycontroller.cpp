@@ -12,6 +12,7 @@
 #include "store/preparedpredicates.h"
 
 #include <algorithm>
+#include <unordered_map>
 #include <unordered_set>
 
 TasksArrayController::TasksArrayController(TabViewController& views, TaskView view) : m_views(views), m_view(view)
@@ -112,6 +113,11 @@ bool TasksArrayController::isContentFolder(const Record* folder) const
 
 void TasksArrayController::noteChanges(const ChangeBatch& batch, bool report) const
 {
+    // Any change may move a task in the sorted content or change what the content is.
+    if (!batch.inserted.empty() || !batch.updated.empty() || !batch.deleted.empty()) {
+        m_sortedContent.clear();
+        m_wholeArrangementsSinceChange = 0;
+    }
     if (m_pending == Pending::Whole)
         return;
     // What an earlier look at the open batch saw may have gone again before the batch closed (a task
@@ -197,39 +203,103 @@ void TasksArrayController::arrange() const
     m_touched.clear();
 }
 
+// Arranging the whole list filters its content and sorts what passes. While the store does not change,
+// the content and its order stay the same whatever the filter: a search typed letter by letter arranges
+// the whole list at every key. So from the second whole arrangement without a change in between, the
+// whole content is kept in list order, and an arrangement is one filtering pass over it, without a sort
+// (the order is total, ties going by primary key, so filtering the sorted content gives what sorting
+// the filtered content gives).
 void TasksArrayController::arrangeWhole() const
 {
-    // Each task shown has its sort keys read as it passes the filter, while it is at hand. A long list
-    // is filtered through the prepared form, which answers the same and reads each record without
-    // lookups.
-    m_arrangedFolders = contentFolders();
-    const std::vector<Task*> tasks = content();
-    std::vector<Record*> shown;
-    std::vector<Value> keys;
-    shown.reserve(tasks.size());
-    keys.reserve(tasks.size() * size_t(m_sort.size()));
-    constexpr size_t kPrepareFrom = 512;
-    std::optional<PreparedPredicates> prepared;
-    if (m_filter && tasks.size() >= kPrepareFrom)
-        prepared.emplace(std::vector<PreparedPredicates::Entry>{{*m_filter, {}}}, tasks.front()->entity());
-    for (Task* t : tasks) {
-        if (t->isDeleted())
-            continue;
-        if (prepared ? !(prepared->evaluate(*t, 1) & 1) : (m_filter && !m_filter->evaluate(*t)))
-            continue;
-        shown.push_back(t);
-        appendSortKeys(*t, m_sort, keys);
-    }
-    sortInListOrder(shown, m_sort, keys);
+    std::vector<Record*> folders = contentFolders();
+    const bool sameContent = folders == m_arrangedFolders;
+    m_arrangedFolders = std::move(folders);
+    if (!sameContent || !sameSort(m_sort, m_sortedContentSort))
+        m_sortedContent.clear();
+    if (m_sortedContent.empty() && ++m_wholeArrangementsSinceChange >= 2)
+        sortContent();
+
     std::vector<Task*> arranged;
-    arranged.reserve(shown.size());
-    for (Record* r : shown)
-        arranged.push_back(static_cast<Task*>(r));
+    if (!m_sortedContent.empty()) {
+        // The filter reads the tasks in the order they lie in memory, the result is taken in list order.
+        std::optional<PreparedPredicates> prepared = preparedFilter(m_contentInMemoryOrder);
+        std::vector<char> shown(m_sortedContent.size(), 0);
+        for (size_t i = 0; i < m_contentInMemoryOrder.size(); ++i)
+            if (passes(*m_contentInMemoryOrder[i], prepared))
+                shown[m_rankInList[i]] = 1;
+        arranged.reserve(m_sortedContent.size());
+        for (size_t r = 0; r < m_sortedContent.size(); ++r)
+            if (shown[r])
+                arranged.push_back(m_sortedContent[r]);
+    } else {
+        // Each task shown has its sort keys read as it passes the filter, while it is at hand.
+        const std::vector<Task*> tasks = content();
+        std::optional<PreparedPredicates> prepared = preparedFilter(tasks);
+        std::vector<Record*> shown;
+        std::vector<Value> keys;
+        shown.reserve(tasks.size());
+        keys.reserve(tasks.size() * size_t(m_sort.size()));
+        for (Task* t : tasks) {
+            if (!passes(*t, prepared))
+                continue;
+            shown.push_back(t);
+            appendSortKeys(*t, m_sort, keys);
+        }
+        sortInListOrder(shown, m_sort, keys);
+        arranged.reserve(shown.size());
+        for (Record* r : shown)
+            arranged.push_back(static_cast<Task*>(r));
+    }
     m_rows.reset(std::move(arranged));
     if (!m_selection.empty()) {
         const std::unordered_set<Task*> onShow(m_rows.rows().begin(), m_rows.rows().end());
         std::erase_if(m_selection, [&](Task* t) { return !onShow.contains(t); });
     }
+}
+
+void TasksArrayController::sortContent() const
+{
+    m_contentInMemoryOrder.clear();
+    std::vector<Record*> all;
+    std::vector<Value> keys;
+    for (Task* t : content()) {
+        if (t->isDeleted())
+            continue;
+        m_contentInMemoryOrder.push_back(t);
+        all.push_back(t);
+        appendSortKeys(*t, m_sort, keys);
+    }
+    sortInListOrder(all, m_sort, keys);
+    std::unordered_map<const Record*, quint32> rank;
+    rank.reserve(all.size());
+    m_sortedContent.clear();
+    m_sortedContent.reserve(all.size());
+    for (Record* r : all) {
+        rank.emplace(r, quint32(m_sortedContent.size()));
+        m_sortedContent.push_back(static_cast<Task*>(r));
+    }
+    m_rankInList.clear();
+    m_rankInList.reserve(m_contentInMemoryOrder.size());
+    for (Task* t : m_contentInMemoryOrder)
+        m_rankInList.push_back(rank.at(t));
+    m_sortedContentSort = m_sort;
+}
+
+// A long list is filtered through the prepared form of the filter, which answers the same and reads each
+// record without lookups.
+std::optional<PreparedPredicates> TasksArrayController::preparedFilter(const std::vector<Task*>& tasks) const
+{
+    constexpr size_t kPrepareFrom = 512;
+    if (!m_filter || tasks.size() < kPrepareFrom)
+        return std::nullopt;
+    return PreparedPredicates(std::vector<PreparedPredicates::Entry>{{*m_filter, {}}}, tasks.front()->entity());
+}
+
+bool TasksArrayController::passes(Task& task, std::optional<PreparedPredicates>& prepared) const
+{
+    if (task.isDeleted())
+        return false;
+    return prepared ? (prepared->evaluate(task, 1) & 1) != 0 : (!m_filter || m_filter->evaluate(task));
 }
 
 std::vector<Task*> TasksArrayController::selectedObjects() const

@@ -4,6 +4,7 @@
 #include "lists/viewmodes.h"
 #include "store/fetchrequest.h"
 #include "store/predicate.h"
+#include "store/preparedpredicates.h"
 
 #include <QDateTime>
 #include <QString>
@@ -149,6 +150,9 @@ private:
     void noteChanges(const ChangeBatch& batch, bool report) const;
     void arrange() const;
     void arrangeWhole() const;
+    void sortContent() const;
+    std::optional<PreparedPredicates> preparedFilter(const std::vector<Task*>& tasks) const;
+    bool passes(Task& task, std::optional<PreparedPredicates>& prepared) const;
     bool shows(Task* task) const;
 
     TabViewController& m_views;
@@ -162,6 +166,12 @@ private:
     mutable std::vector<Task*> m_touched; // since the last arrangement, perhaps more than once
     mutable std::vector<Task*> m_peeked; // seen in the open batch before it closed
     mutable std::vector<Record*> m_arrangedFolders;
+    // The whole content in list order while the store has not changed (see arrangeWhole); empty: none.
+    mutable std::vector<Task*> m_sortedContent;
+    mutable std::vector<Task*> m_contentInMemoryOrder; // the same tasks as content() gives them
+    mutable std::vector<quint32> m_rankInList;         // of each of those, its index in m_sortedContent
+    mutable QList<SortDescriptor> m_sortedContentSort;
+    mutable int m_wholeArrangementsSinceChange = 0;
     mutable Pending m_pending = Pending::Whole;
     mutable bool m_rearrangeAsked = false;
 };

@@ -67,9 +67,8 @@ protected:
 
 private:
     QModelIndex indexOf(const Record* folder) const;
-    // The folder shown when none was remembered; nullptr for none.
-    Record* defaultFolder() const;
     Record* recordAt(const QModelIndex& index) const;
+    // The folder shown when none was remembered; nullptr for none.
     Record* defaultFolder() const;
     std::vector<Record*> listSelection() const;
     // Selects `folders` here without passing the change back to the list.

@@ -450,3 +450,40 @@ TEST_F(TaskListTest, CommandsAreNamedUndoSteps)
         context->redo();
     }
 }
+
+// Searching letter by letter arranges the whole list at every key; from the second key on the list
+// filters its content kept in order. What it shows must stay what a fresh list shows, also after the
+// store changed between two keys.
+TEST_F(TaskListTest, SearchKeyByKeyShowsWhatAFreshListShows)
+{
+    const QStringList taskNames = {u"Call Rebecca"_s, u"call the bank"_s, u"Repair bike"_s, u"read mail"_s, u"Rent car"_s,
+                               u"Recycle"_s, u"Buy bread"_s, u"reply to Ann"_s, u"Prepare talk"_s, u"zebra"_s};
+    for (const QString& n : taskNames)
+        addTask(n, inbox);
+    switcher().contextController().selectRecord(inbox);
+    ContextTasksArrayController& list = switcher().contextTasks();
+    list.updatePredicate();
+
+    auto fresh = [this](const QString& search) {
+        RecordingListHost otherHost;
+        TabViewController other(*context, *prefs, otherHost);
+        other.contextController().selectRecord(inbox);
+        other.setSearchText(search);
+        other.contextTasks().updatePredicate();
+        return names(other.contextTasks().arrangedObjects());
+    };
+    auto type = [&](const QString& search) {
+        switcher().setSearchText(search);
+        list.updatePredicate();
+        return names(list.arrangedObjects());
+    };
+    for (const QString& search : {u"r"_s, u"re"_s, u"rec"_s, u"re"_s, u"r"_s, u""_s, u"e"_s})
+        EXPECT_EQ(type(search), fresh(search)) << search.toStdString();
+
+    // A rename between two keys moves the task in the order; a new task joins.
+    static_cast<Task*>(list.arrangedObjects().front())->setName(u"zz last"_s);
+    addTask(u"Reread notes"_s, inbox);
+    context->processPendingChanges();
+    for (const QString& search : {u"r"_s, u"re"_s, u"r"_s})
+        EXPECT_EQ(type(search), fresh(search)) << "after the change: " << search.toStdString();
+}
