@@ -16,6 +16,7 @@
 #include "store/log.h"
 #include "store/objectcontext.h"
 #include "ui/dialogs.h"
+#include "ui/firstpaint.h"
 #include "ui/icons.h"
 #include "ui/mainwindow.h"
 #include "ui/mainwindowcontroller.h"
@@ -87,7 +88,6 @@ bool DesktopApplication::applicationDidFinishLaunching()
 
     views.projectController().repairOldProjects();
     m_delegate->prepareStoreForWork(); // the Inbox, "All tasks", no next-action folder, the clean-up pass
-    views.performRefetchAction();
     if (Context* inbox = views.contextController().inboxContext())
         m_services->updateBadge(int(inbox->pendingTasksCount()));
 
@@ -108,6 +108,11 @@ bool DesktopApplication::applicationDidFinishLaunching()
             applicationDidResignActive();
     });
     m_autoSaveTimer->activateTimer();
+    // The other views' lists are arranged once the window is on screen, so switching is immediate.
+    afterFirstPaint(this, [this] {
+        if (m_window)
+            m_window->attachAllTables();
+    });
     if (qEnvironmentVariableIsSet("VYRO_REPORT_FIRST_PAINT"))
         reportFirstPaint();
     return true;
@@ -117,30 +122,12 @@ bool DesktopApplication::applicationDidFinishLaunching()
 // time goes to standard output and the program quits as the user would.
 void DesktopApplication::reportFirstPaint()
 {
-    class Probe : public QObject {
-    public:
-        explicit Probe(DesktopApplication& app) : m_app(app) {}
-        bool eventFilter(QObject* watched, QEvent* event) override
-        {
-            if (event->type() == QEvent::Paint && !m_seen) {
-                m_seen = true;
-                QTimer::singleShot(0, &m_app, [this] {
-                    const qint64 ns = std::chrono::duration_cast<std::chrono::nanoseconds>(
-                                          std::chrono::system_clock::now().time_since_epoch())
-                                          .count();
-                    std::printf("first-paint-ns %lld\n", static_cast<long long>(ns));
-                    std::fflush(stdout);
-                    m_app.quit();
-                });
-            }
-            return QObject::eventFilter(watched, event);
-        }
-
-    private:
-        DesktopApplication& m_app;
-        bool m_seen = false;
-    };
-    qApp->installEventFilter(new Probe(*this));
+    afterFirstPaint(this, [this] {
+        const qint64 ns = std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
+        std::printf("first-paint-ns %lld\n", static_cast<long long>(ns));
+        std::fflush(stdout);
+        quit();
+    });
 }
 
 void DesktopApplication::applicationDidBecomeActive()

@@ -117,7 +117,9 @@ void MainWindowController::buildViews()
     m_stack->setObjectName(QStringLiteral("views"));
     for (int v = 0; v < kTaskViewCount; ++v) {
         const auto view = TaskView(v);
-        auto* table = new TaskTableView(*m_views, TaskTableKind(v));
+        // Each table arranges its list when its view first comes forward (or, by attachAllTables, once
+        // the window has been painted), so the start arranges one list, not five.
+        auto* table = new TaskTableView(*m_views, TaskTableKind(v), nullptr, TaskTableModel::Attach::Later);
         m_tables[size_t(v)] = table;
         connect(table, &TaskTableView::taskSelectionChanged, this, &MainWindowController::updateDetailPane);
         auto* splitter = new QSplitter(Qt::Horizontal);
@@ -274,8 +276,15 @@ void MainWindowController::refreshCurrentSearch()
 
 // ---- ListHost
 
+void MainWindowController::attachAllTables()
+{
+    for (TaskTableView* t : m_tables)
+        t->attachList();
+}
+
 void MainWindowController::showView(TaskView view)
 {
+    table(view).attachList();
     m_stack->setCurrentIndex(int(view));
     m_toolbar->selectToolbarItem(QString::fromLatin1(kToolbarItemForView[int(view)]));
     refreshCurrentSearch();

@@ -57,6 +57,8 @@ public:
     QAction* action(const QString& name) const { return m_actions.value(name); }
     QList<QAction*> allActions() const { return m_actions.values(); }
 
+    // The tables of the views not yet shown arrange their lists (the start leaves them for later).
+    void attachAllTables();
     // Start-up: the last used view, the window frame and panes, the toolbar's visibility.
     void selectLastUsedTab();
     void restoreWindowState();

@@ -62,14 +62,14 @@ QString accessibleTableName(TaskTableKind kind)
 
 } // namespace
 
-TaskTableView::TaskTableView(TabViewController& views, TaskTableKind kind, QWidget* parent)
+TaskTableView::TaskTableView(TabViewController& views, TaskTableKind kind, QWidget* parent, TaskTableModel::Attach attach)
     : QTableView(parent), m_views(views), m_kind(kind), m_keys(views, kind)
 {
     setObjectName(tableName(kind));
     setAccessibleName(accessibleTableName(kind));
     m_clock.start();
 
-    m_model = new TaskTableModel(list(), tableState(), this);
+    m_model = new TaskTableModel(list(), tableState(), this, attach);
     m_delegate = new TaskItemDelegate(views, this);
     m_delegate->setClickHandler([this](const QModelIndex& index, QPoint position, QRect cell, Qt::KeyboardModifiers modifiers) {
         return cellClicked(index, position, cell, modifiers);
@@ -297,6 +297,14 @@ void TaskTableView::showSortIndicator()
         header->setSortIndicator(section, descending ? Qt::DescendingOrder : Qt::AscendingOrder);
     }
     Q_EMIT m_model->headerDataChanged(Qt::Horizontal, 0, std::max(0, m_model->columnCount() - 1));
+}
+
+void TaskTableView::attachList()
+{
+    if (m_model->isAttached())
+        return;
+    m_model->attachList();
+    showListSelection();
 }
 
 void TaskTableView::applyColumnWidths()

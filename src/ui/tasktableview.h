@@ -4,6 +4,8 @@
 #include "lists/tasktablekeys.h"
 
 #include <QElapsedTimer>
+#include "ui/models/tasktablemodel.h"
+
 #include <QTableView>
 
 #include <functional>
@@ -27,7 +29,10 @@ class TasksArrayController;
 class TaskTableView : public QTableView {
     Q_OBJECT
 public:
-    TaskTableView(TabViewController& views, TaskTableKind kind, QWidget* parent = nullptr);
+    TaskTableView(TabViewController& views, TaskTableKind kind, QWidget* parent = nullptr,
+                  TaskTableModel::Attach attach = TaskTableModel::Attach::Now);
+    // Shows the list's rows when the table was made with Attach::Later (see TaskTableModel).
+    void attachList();
     ~TaskTableView() override;
 
     TaskTableKind kind() const { return m_kind; }

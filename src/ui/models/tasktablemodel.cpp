@@ -58,14 +58,29 @@ QColor qColour(const Colour& c)
 
 } // namespace
 
-TaskTableModel::TaskTableModel(TasksArrayController& list, TaskTableState& state, QObject* parent)
+namespace {
+const std::vector<Task*> kNoRows;
+}
+
+TaskTableModel::TaskTableModel(TasksArrayController& list, TaskTableState& state, QObject* parent, Attach attach)
     : QAbstractTableModel(parent), m_list(list), m_state(state),
-      m_dates(std::make_unique<MyDateFormatter>(ModelEnvironment::of(list.store())))
+      m_dates(std::make_unique<MyDateFormatter>(ModelEnvironment::of(list.store()))), m_rows(&kNoRows)
 {
     m_struckOut.setStrikeOut(true);
     takeColumns();
+    if (attach == Attach::Now)
+        attachList();
+}
+
+void TaskTableModel::attachList()
+{
+    if (m_attached)
+        return;
+    beginResetModel();
     m_rows = &m_list.arrangedObjects();
     m_list.setObserver(this);
+    m_attached = true;
+    endResetModel();
 }
 
 TaskTableModel::~TaskTableModel()

@@ -34,8 +34,15 @@ public:
         ValueRole,
     };
 
-    TaskTableModel(TasksArrayController& list, TaskTableState& state, QObject* parent = nullptr);
+    // Attach::Later leaves the model empty, and the list unobserved and unarranged, until attachList():
+    // a window shows one table at first and need not arrange the other lists before it is painted.
+    enum class Attach { Now, Later };
+    TaskTableModel(TasksArrayController& list, TaskTableState& state, QObject* parent = nullptr, Attach attach = Attach::Now);
     ~TaskTableModel() override;
+
+    // Observes the list and shows its rows (a reset); does nothing once attached.
+    void attachList();
+    bool isAttached() const { return m_attached; }
 
     TasksArrayController& list() const { return m_list; }
     TaskTableState& state() const { return m_state; }
@@ -86,6 +93,7 @@ private:
     TaskTableState& m_state;
     std::unique_ptr<MyDateFormatter> m_dates;
     const std::vector<Task*>* m_rows = nullptr;
+    bool m_attached = false;
     std::vector<Column> m_columns;
     QStringList m_identifiers;
     QFont m_struckOut;
