@@ -36,10 +36,12 @@ const QHash<QString, QString>& themeNames()
         {"folder", "folder"},
         {"smartfolder", "folder-saved-search"},
         {"star", "starred"},
-        {"attention", "dialog-warning"},
-        {"bt_attention", "dialog-warning"},
-        {"bt_up", "go-up"},
-        {"bt_red_up", "go-up"},
+        // The plain project and context images, the Inbox, and the Inbox holding too many tasks (drawn
+        // red by us: no theme has it).
+        {"attention", "project-development"},
+        {"bt_attention", "tag"},
+        {"bt_up", "mail-folder-inbox"},
+        {"bt_red_up", ""},
         {"status_pending", ""},
         {"status_future", "appointment-soon"},
         {"status_waitfor", "chronometer"},

@@ -140,7 +140,7 @@ void MainWindowController::buildViews()
         splitter->addWidget(table);
         splitter->setStretchFactor(splitter->count() - 1, 1);
         if (splitter->count() == 2)
-            splitter->setSizes({220, 700});
+            splitter->setSizes({170, 830});
         m_viewSplitters[size_t(v)] = splitter;
         m_stack->addWidget(splitter);
     }
@@ -155,7 +155,7 @@ void MainWindowController::buildViews()
     m_mainSplitter->addWidget(m_detail);
     m_mainSplitter->setStretchFactor(0, 1);
     m_mainSplitter->setCollapsible(0, false);
-    m_mainSplitter->setSizes({900, 320});
+    m_mainSplitter->setSizes({1000, 290});
     m_window->setCentralWidget(m_mainSplitter);
 
     m_status = new StatusLabelController;
