@@ -140,7 +140,7 @@ void MainWindowController::buildViews()
         splitter->addWidget(table);
         splitter->setStretchFactor(splitter->count() - 1, 1);
         if (splitter->count() == 2)
-            splitter->setSizes({170, 830});
+            splitter->setSizes({190, 810});
         m_viewSplitters[size_t(v)] = splitter;
         m_stack->addWidget(splitter);
     }

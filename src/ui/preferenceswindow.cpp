@@ -106,8 +106,12 @@ QWidget* PreferencesWindow::buildGeneralTab()
     form->addRow(boolBox(Key::floatingMainWindowByDefault, tr("Keep the main window above other windows")));
     form->addRow(boolBox(Key::toolbarShowTextOnly, tr("Show text only in the toolbar")));
     form->addRow(boolBox(Key::checkVersionOnStartup, tr("Check for a new version at start")));
-    form->addRow(tr("Warn when the Inbox holds more than:"),
-                 integerSpin(Key::displayRedIconForInboxWithMoreTasksThan, tr("Inbox warning count"), 1, 9999, tr(" tasks")));
+    // Label and control side by side on one line, as the rows around them read.
+    auto* warn = new QHBoxLayout;
+    warn->addWidget(new QLabel(tr("Warn when the Inbox holds more than")));
+    warn->addWidget(integerSpin(Key::displayRedIconForInboxWithMoreTasksThan, tr("Inbox warning count"), 1, 9999, tr(" tasks")));
+    warn->addStretch(1);
+    form->addRow(warn);
 
     m_colourButton = new QToolButton;
     m_colourButton->setObjectName(u"backgroundColorForTables"_s);
@@ -115,12 +119,16 @@ QWidget* PreferencesWindow::buildGeneralTab()
     m_colourButton->setIconSize(QSize(40, 16));
     connect(m_colourButton, &QToolButton::clicked, this, &PreferencesWindow::chooseColour);
     setColorWell(m_colour);
-    form->addRow(tr("Background of lists:"), m_colourButton);
+    auto* background = new QHBoxLayout;
+    background->addWidget(new QLabel(tr("Background of lists")));
+    background->addWidget(m_colourButton);
+    background->addStretch(1);
+    form->addRow(background);
 
     form->addRow(section(tr("When the program is in the background")));
     auto* hide = new QHBoxLayout;
     hide->addWidget(boolBox(Key::hideApplicationIfWindowNotActive, tr("Hide the program after")));
-    hide->addWidget(integerSpin(Key::hideApplicationIfWindowNotActiveAfterSeconds, tr("Hide after seconds"), 1, 86400, tr(" seconds"), true));
+    hide->addWidget(integerSpin(Key::hideApplicationIfWindowNotActiveAfterSeconds, tr("Hide after seconds"), 1, 86400, tr(" s"), true));
     hide->addStretch(1);
     form->addRow(hide);
     form->addRow(boolBox(Key::cleanUpWhenWindowLostsFocus, tr("Clean up completed tasks")));
@@ -129,7 +137,7 @@ QWidget* PreferencesWindow::buildGeneralTab()
     form->addRow(section(tr("Saving and clean-up")));
     auto* save = new QHBoxLayout;
     save->addWidget(boolBox(Key::autoSave, tr("Save every")));
-    save->addWidget(integerSpin(Key::autoSaveAfterMinutes, tr("Save every minutes"), 1, 1440, tr(" minutes"), true));
+    save->addWidget(integerSpin(Key::autoSaveAfterMinutes, tr("Save every minutes"), 1, 1440, tr(" min"), true));
     save->addStretch(1);
     form->addRow(save);
     form->addRow(boolBox(Key::cleanUpImmediately, tr("Clean up a task as soon as it is completed")));
