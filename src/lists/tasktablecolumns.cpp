@@ -82,12 +82,12 @@ QList<TaskTableColumn> designedTaskTableColumns(TaskTableKind kind)
     const TaskTableColumn flag = column("nextaction", u"\u2691"_s, 22);
     const TaskTableColumn status = column("status", u"Status"_s, 44);
     const TaskTableColumn name = column("name", u"Name"_s, 260);
-    const TaskTableColumn context = column("context", u"Context"_s, 104);
-    const TaskTableColumn project = column("project", u"Project"_s, 112);
+    const TaskTableColumn context = column("context", u"Context"_s, 96);
+    const TaskTableColumn project = column("project", u"Project"_s, 104);
     const TaskTableColumn priority = column("priority", u"Priority"_s, 58);
     const TaskTableColumn effort = column("effort", u"Effort"_s, 48);
-    const TaskTableColumn startDate = column("startdate", u"Start date"_s, 92);
-    const TaskTableColumn dueDate = column("duedate", u"Due date"_s, 92);
+    const TaskTableColumn startDate = column("startdate", u"Start date"_s, 94);
+    const TaskTableColumn dueDate = column("duedate", u"Due date"_s, 94);
     const TaskTableColumn completionDate = column("completiondate", u"Completed"_s, 110);
 
     switch (kind) {

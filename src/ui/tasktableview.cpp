@@ -326,7 +326,7 @@ void TaskTableView::applyColumnWidths()
     if (nameColumn >= 0) {
         const int room = viewport()->width() - others;
         const int stored = columnWidth(nameColumn);
-        const int readable = std::min(stored, fontMetrics().averageCharWidth() * 22);
+        const int readable = std::min(stored, fontMetrics().averageCharWidth() * 18);
         if (room < stored)
             setColumnWidth(nameColumn, std::max(room, readable));
     }
