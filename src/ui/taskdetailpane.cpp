@@ -461,7 +461,7 @@ void TaskDetailPane::storeChanged(const ChangeBatch& batch)
     if (m_tasks.empty())
         return;
     // One of the shown tasks changed or went, or a folder did (the choosers show folder names).
-    const auto concerns = [this](Record* r) { return m_taskSet.count(static_cast<const Task*>(r)) || !dynamic_cast<Task*>(r); };
+    const auto concerns = [this](Record* r) { return m_taskSet.count(r) || !dynamic_cast<Task*>(r); };
     const bool touched = std::any_of(batch.updated.begin(), batch.updated.end(), concerns)
         || std::any_of(batch.deleted.begin(), batch.deleted.end(), concerns)
         || std::any_of(batch.inserted.begin(), batch.inserted.end(), [](Record* r) { return !dynamic_cast<Task*>(r); });

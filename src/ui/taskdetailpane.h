@@ -11,6 +11,7 @@ class FolderChooser;
 class QCheckBox;
 class QComboBox;
 class QLabel;
+class Record;
 class QLineEdit;
 class QPlainTextEdit;
 class QSpinBox;
@@ -69,7 +70,7 @@ private:
 
     TabViewController& m_views;
     std::vector<Task*> m_tasks;
-    std::unordered_set<const Task*> m_taskSet;
+    std::unordered_set<const Record*> m_taskSet; // the shown tasks, to look records of a change up in
     bool m_refreshing = false;
 
     QStackedWidget* m_pages = nullptr;
