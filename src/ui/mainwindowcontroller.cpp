@@ -127,7 +127,6 @@ void MainWindowController::buildViews()
         splitter->setChildrenCollapsible(false);
         if (view != TaskView::Completed) {
             auto* folders = new FolderTreeView(*m_views, view);
-            folders->setObjectName(QStringLiteral("%1Folders").arg(QLatin1String(kViewNames[v])));
             folders->setMinimumWidth(160);
             m_folders[size_t(v)] = folders;
             splitter->addWidget(folders);
