@@ -211,10 +211,8 @@ void TasksArrayController::arrange() const
 // the filtered content gives).
 void TasksArrayController::arrangeWhole() const
 {
-    std::vector<Record*> folders = contentFolders();
-    const bool sameContent = folders == m_arrangedFolders;
-    m_arrangedFolders = std::move(folders);
-    if (!sameContent || !sameSort(m_sort, m_sortedContentSort))
+    m_arrangedFolders = contentFolders();
+    if (m_arrangedFolders != m_sortedContentFolders || !sameSort(m_sort, m_sortedContentSort))
         m_sortedContent.clear();
     if (m_sortedContent.empty() && ++m_wholeArrangementsSinceChange >= 2)
         sortContent();
@@ -257,6 +255,13 @@ void TasksArrayController::arrangeWhole() const
     }
 }
 
+void TasksArrayController::prepareForNewFilters() const
+{
+    if (!m_sortedContent.empty() && contentFolders() == m_sortedContentFolders && sameSort(m_sort, m_sortedContentSort))
+        return;
+    sortContent();
+}
+
 void TasksArrayController::sortContent() const
 {
     m_contentInMemoryOrder.clear();
@@ -283,6 +288,7 @@ void TasksArrayController::sortContent() const
     for (Task* t : m_contentInMemoryOrder)
         m_rankInList.push_back(rank.at(t));
     m_sortedContentSort = m_sort;
+    m_sortedContentFolders = contentFolders();
 }
 
 // A long list is filtered through the prepared form of the filter, which answers the same and reads each

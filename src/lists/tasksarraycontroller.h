@@ -82,6 +82,10 @@ public:
     int firstSelectionIndex() const;
     int lastSelectionIndex() const;
 
+    // Sorts the whole content now, so that the next filters (a search about to be typed) arrange the
+    // list in one pass without a sort (see arrangeWhole). Kept until the store changes.
+    void prepareForNewFilters() const;
+
     // Recomputes and installs the filter predicate from the modes, the folder selection and the search.
     virtual void updatePredicate() {}
     // The folder tree(s) beside the list read their counters again.
@@ -171,6 +175,7 @@ private:
     mutable std::vector<Task*> m_contentInMemoryOrder; // the same tasks as content() gives them
     mutable std::vector<quint32> m_rankInList;         // of each of those, its index in m_sortedContent
     mutable QList<SortDescriptor> m_sortedContentSort;
+    mutable std::vector<Record*> m_sortedContentFolders;
     mutable int m_wholeArrangementsSinceChange = 0;
     mutable Pending m_pending = Pending::Whole;
     mutable bool m_rearrangeAsked = false;

@@ -109,6 +109,7 @@ void MainWindowController::buildToolbar()
     connect(m_toolbar, &MainToolbar::hideRequested, m_toolbar, &QWidget::hide);
     connect(m_toolbar->searchField(), &QLineEdit::textChanged, this, &MainWindowController::searchTextChanged);
     connect(m_toolbar->searchField(), &QLineEdit::returnPressed, this, [this] { focusTaskTable(); });
+    m_toolbar->searchField()->installEventFilter(this);
 }
 
 void MainWindowController::buildViews()
@@ -253,6 +254,15 @@ void MainWindowController::performQuickTagAction(int number)
 }
 
 // ---- search
+
+// Going into the search field readies the list on show for filtering key by key, so that already the
+// first key costs one pass over the tasks.
+bool MainWindowController::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_toolbar->searchField() && event->type() == QEvent::FocusIn)
+        m_views->taskList(currentView()).prepareForNewFilters();
+    return QObject::eventFilter(watched, event);
+}
 
 void MainWindowController::searchTextChanged(const QString& text)
 {

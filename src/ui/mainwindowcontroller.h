@@ -103,6 +103,9 @@ public:
     bool confirm(const QString& title, const QString& text, const QString& defaultButton, const QString& otherButton) override;
     void postNotification(const DesktopNotification& notification) override;
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void buildViews();
     void buildMenus();

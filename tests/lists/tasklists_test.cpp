@@ -486,4 +486,11 @@ TEST_F(TaskListTest, SearchKeyByKeyShowsWhatAFreshListShows)
     context->processPendingChanges();
     for (const QString& search : {u"r"_s, u"re"_s, u"r"_s})
         EXPECT_EQ(type(search), fresh(search)) << "after the change: " << search.toStdString();
+
+    // Readied before the first key (the search field got the focus), after another change.
+    addTask(u"Rewind the tape"_s, inbox);
+    context->processPendingChanges();
+    list.prepareForNewFilters();
+    for (const QString& search : {u"rew"_s, u"r"_s})
+        EXPECT_EQ(type(search), fresh(search)) << "readied: " << search.toStdString();
 }
