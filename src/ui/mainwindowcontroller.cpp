@@ -109,7 +109,8 @@ void MainWindowController::buildToolbar()
     connect(m_toolbar, &MainToolbar::hideRequested, m_toolbar, &QWidget::hide);
     connect(m_toolbar->searchField(), &QLineEdit::textChanged, this, &MainWindowController::searchTextChanged);
     connect(m_toolbar->searchField(), &QLineEdit::returnPressed, this, [this] { focusTaskTable(); });
-    m_toolbar->searchField()->installEventFilter(this);
+    m_searchField = m_toolbar->searchField();
+    m_searchField->installEventFilter(this);
 }
 
 void MainWindowController::buildViews()
@@ -259,7 +260,9 @@ void MainWindowController::performQuickTagAction(int number)
 // first key costs one pass over the tasks.
 bool MainWindowController::eventFilter(QObject* watched, QEvent* event)
 {
-    if (watched == m_toolbar->searchField() && event->type() == QEvent::FocusIn)
+    // The field itself is compared, not asked through the toolbar: events still come while the
+    // toolbar is being destroyed.
+    if (event->type() == QEvent::FocusIn && watched == m_searchField)
         m_views->taskList(currentView()).prepareForNewFilters();
     return QObject::eventFilter(watched, event);
 }

@@ -129,6 +129,7 @@ private:
     std::unique_ptr<TabViewController> m_views;
     std::unique_ptr<MainWindow> m_window;
     MainToolbar* m_toolbar = nullptr;
+    QObject* m_searchField = nullptr; // the toolbar's search field, watched for the focus
     StatusLabelController* m_status = nullptr;
     TaskDetailPane* m_detail = nullptr;
     QStackedWidget* m_stack = nullptr;
