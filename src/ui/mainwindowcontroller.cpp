@@ -108,7 +108,14 @@ void MainWindowController::buildToolbar()
     route("mainToolbarSync", [this] { m_services.doSync(); });
     connect(m_toolbar, &MainToolbar::hideRequested, m_toolbar, &QWidget::hide);
     connect(m_toolbar->searchField(), &QLineEdit::textChanged, this, &MainWindowController::searchTextChanged);
-    connect(m_toolbar->searchField(), &QLineEdit::returnPressed, this, [this] { focusTaskTable(); });
+    // Return goes on to the results, with the first one selected when nothing is, as Tab would.
+    connect(m_toolbar->searchField(), &QLineEdit::returnPressed, this, [this] {
+        TasksArrayController& results = m_views->taskList(currentView());
+        if (results.selectedObjects().empty() && !results.arrangedObjects().empty())
+            results.selectObject(results.arrangedObjects().front());
+        focusTaskTable();
+        updateDetailPane();
+    });
     m_searchField = m_toolbar->searchField();
     m_searchField->installEventFilter(this);
 }

@@ -17,7 +17,9 @@
 
 #include <QAction>
 #include <QCoreApplication>
+#include <QLineEdit>
 #include <QProcess>
+#include <QTest>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -189,4 +191,27 @@ TEST(DesktopStart, WithoutADisplayOneClearLine)
     ASSERT_TRUE(vyro.waitForFinished(20000));
     EXPECT_EQ(vyro.exitCode(), 1);
     EXPECT_TRUE(QString::fromLocal8Bit(vyro.readAllStandardError()).startsWith(QStringLiteral("vyro: cannot open the display \":987\"")));
+}
+
+TEST_F(DesktopApplicationTest, ReturnInTheSearchFieldGoesToTheFirstResult)
+{
+    Context* inbox = views().contextController().inboxContext();
+    for (const char* name : {"Water the plants", "Wash the car", "Call Anna"}) {
+        auto* t = store().insertNewObject<Task>(QStringLiteral("task"));
+        t->setName(QString::fromLatin1(name));
+        t->setDone(false);
+        t->setCleanedUp(false);
+        t->setArchived(false);
+        t->setMaybe(false);
+        inbox->addTasksObject(t);
+    }
+    store().processPendingChanges();
+    window().window().activateWindow();
+    trigger(QStringLiteral("performFindAction"));
+    QLineEdit* search = window().toolbar().searchField();
+    QTest::keyClicks(search, QStringLiteral("wa"));
+    QTest::keyClick(search, Qt::Key_Return);
+    const std::vector<Task*> selected = views().contextTasks().selectedObjects();
+    ASSERT_EQ(selected.size(), 1u);
+    EXPECT_EQ(selected.front()->name(), QStringLiteral("Wash the car")) << "the first of the two matches by name";
 }
