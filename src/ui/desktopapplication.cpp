@@ -81,15 +81,11 @@ bool DesktopApplication::applicationDidFinishLaunching()
     m_window->setSaveHandler([this] { saveAction(); });
     m_window->setPreferencesHandler([this](bool quickTags) { showPreferences(quickTags); });
     TabViewController& views = m_window->views();
-    connect(&ModelEnvironment::of(store), &ModelEnvironment::inboxCountHasChanged, this, [this, &views] {
-        Context* inbox = views.contextController().inboxContext();
-        m_services->updateBadge(inbox ? int(inbox->pendingTasksCount()) : 0);
-    });
+    connect(&ModelEnvironment::of(store), &ModelEnvironment::inboxCountHasChanged, this, &DesktopApplication::updateBadge);
 
     views.projectController().repairOldProjects();
     m_delegate->prepareStoreForWork(); // the Inbox, "All tasks", no next-action folder, the clean-up pass
-    if (Context* inbox = views.contextController().inboxContext())
-        m_services->updateBadge(int(inbox->pendingTasksCount()));
+    updateBadge();
 
     m_window->restoreWindowState();
     m_window->restoreSelectedObjects();
@@ -207,6 +203,12 @@ void DesktopApplication::saveAction()
         logLine(QStringLiteral("Could not save: %1").arg(saved.message()));
 }
 
+void DesktopApplication::updateBadge()
+{
+    Context* inbox = m_window ? m_window->views().contextController().inboxContext() : nullptr;
+    m_services->updateBadge(inbox ? int(inbox->pendingTasksCount()) : 0);
+}
+
 void DesktopApplication::hideApplication()
 {
     // Without a tray to hide into, hiding the program means minimising its window.
@@ -225,10 +227,7 @@ void DesktopApplication::showPreferences(bool quickTags)
         services.currentDataFilePath = [this] { return m_delegate->currentDataFilePath(); };
         services.rebuildStatusMenu = [this] { m_services->buildStatusMenus(); };
         services.rebuildQuickTagsMenu = [this] { m_services->buildStatusMenus(); };
-        services.updateBadge = [this] {
-            Context* inbox = m_window->views().contextController().inboxContext();
-            m_services->updateBadge(inbox ? int(inbox->pendingTasksCount()) : 0);
-        };
+        services.updateBadge = [this] { updateBadge(); };
         services.askQuestion = [this](const QString& title, const QString& text, const QString& yes, const QString& no) {
             return m_dialogs->confirm(&m_window->window(), title, text, yes, no);
         };

@@ -50,6 +50,8 @@ public:
 private:
     void showPreferences(bool quickTags);
     void hideApplication();
+    // The Inbox's open tasks to the badge.
+    void updateBadge();
     void reportFirstPaint();
 
     DataFolderOverride m_dataFolder;

@@ -40,8 +40,7 @@ void MainWindowController::buildMenus()
         return [this, route, command] {
             if (TasksArrayController* l = m_views->routedList(route)) {
                 command(*l);
-                table(currentView()).showListSelection();
-                updateDetailPane();
+                showListChanges();
             }
         };
     };
@@ -111,15 +110,13 @@ void MainWindowController::buildMenus()
         commitEditing();
         m_store.processPendingChanges(); // what was just done becomes the step to undo
         m_store.undo();
-        table(currentView()).showListSelection();
-        updateDetailPane();
+        showListChanges();
     })->setIcon(QIcon::fromTheme(QStringLiteral("edit-undo")));
     addAction(edit, QStringLiteral("redo"), QStringLiteral("&Redo"), QKeySequence::Redo, [this] {
         commitEditing();
         m_store.processPendingChanges();
         m_store.redo();
-        table(currentView()).showListSelection();
-        updateDetailPane();
+        showListChanges();
     })->setIcon(QIcon::fromTheme(QStringLiteral("edit-redo")));
     edit->addSeparator();
     auto textCall = [](QWidget* w, const char* slot) { QMetaObject::invokeMethod(w, slot); };
@@ -170,23 +167,23 @@ void MainWindowController::buildMenus()
         ->setIcon(vyroIcon(QStringLiteral("toolbar_process.png")));
     task->addSeparator();
     addAction(task, QStringLiteral("performFlagAction"), tableOnly(QStringLiteral("Flag as Next Action"), QStringLiteral("Space")), {},
-              [this, &v] { v.performFlagAction(); table(currentView()).showListSelection(); updateDetailPane(); })
+              [this, &v] { v.performFlagAction(); showListChanges(); })
         ->setIcon(vyroIcon(QStringLiteral("flag.png")));
     addAction(task, QStringLiteral("markAsDone"), tableOnly(QStringLiteral("Mark as Done / Not Done"), QStringLiteral("Shift+Space")), {},
-              [this, list] { list().markAsDone(); table(currentView()).showListSelection(); updateDetailPane(); });
+              [this, list] { list().markAsDone(); showListChanges(); });
     addAction(task, QStringLiteral("performMarkAsMaybeAction"), tableOnly(QStringLiteral("Mark as Maybe"), QStringLiteral("Ctrl+Space")), {},
-              [this, &v] { v.performMarkAsMaybeAction(); table(currentView()).showListSelection(); updateDetailPane(); });
+              [this, &v] { v.performMarkAsMaybeAction(); showListChanges(); });
     addAction(task, QStringLiteral("performWaitForTaskAction"), QStringLiteral("Waiting For"), QKeySequence(QStringLiteral("Ctrl+Alt+W")),
-              [this, &v] { v.performWaitForTaskAction(); table(currentView()).showListSelection(); updateDetailPane(); });
+              [this, &v] { v.performWaitForTaskAction(); showListChanges(); });
     QMenu* priority = task->addMenu(QStringLiteral("Priority"));
     for (int p = 1; p <= 5; ++p)
         addAction(priority, QStringLiteral("setPriority%1").arg(p), tableOnly(QStringLiteral("Priority %1").arg(p), QString::number(p)), {},
-                  [this, list, p] { list().setPriority(p); updateDetailPane(); });
+                  [this, list, p] { list().setPriority(p); showListChanges(); });
     QMenu* effort = task->addMenu(QStringLiteral("Effort"));
     addAction(effort, QStringLiteral("increaseEffort"), tableOnly(QStringLiteral("More Effort"), QStringLiteral("+")), {},
-              [this, list] { list().increaseEffort(); updateDetailPane(); });
+              [this, list] { list().increaseEffort(); showListChanges(); });
     addAction(effort, QStringLiteral("decreaseEffort"), tableOnly(QStringLiteral("Less Effort"), QStringLiteral("-")), {},
-              [this, list] { list().decreaseEffort(); updateDetailPane(); });
+              [this, list] { list().decreaseEffort(); showListChanges(); });
     QMenu* start = task->addMenu(QStringLiteral("Start Date"));
     using R = TabViewController::Route;
     const struct {
@@ -217,7 +214,7 @@ void MainWindowController::buildMenus()
     }
     task->addSeparator();
     addAction(task, QStringLiteral("performDuplicateAction"), QStringLiteral("&Duplicate"), QKeySequence(QStringLiteral("Ctrl+D")),
-              [this, &v] { v.performDuplicateAction(); table(currentView()).showListSelection(); updateDetailPane(); });
+              [this, &v] { v.performDuplicateAction(); showListChanges(); });
     addAction(task, QStringLiteral("performPromoteTaskToProjectAction"), QStringLiteral("Promote to Project"), QKeySequence(QStringLiteral("Ctrl+Alt+P")),
               [this] {
                   if (int(currentView()) > 2)
@@ -235,12 +232,11 @@ void MainWindowController::buildMenus()
     });
     addAction(task, QStringLiteral("remove"), tableOnly(QStringLiteral("Delete"), QStringLiteral("Del")), {}, [this, list] {
         list().remove();
-        table(currentView()).showListSelection();
-        updateDetailPane();
+        showListChanges();
     })->setIcon(QIcon::fromTheme(QStringLiteral("edit-delete")));
     task->addSeparator();
     addAction(task, QStringLiteral("performCleanUpAction"), QStringLiteral("Clean Up Completed Tasks"), QKeySequence(QStringLiteral("Ctrl+Alt+K")),
-              [this, &v] { v.performCleanUpAction(); updateDetailPane(); });
+              [this, &v] { v.performCleanUpAction(); showListChanges(); });
     QMenu* quickTags = task->addMenu(QStringLiteral("Quick Tags"));
     quickTags->setObjectName(QStringLiteral("quickTagsMenu"));
     for (int n = 1; n <= 9; ++n)
@@ -266,8 +262,7 @@ void MainWindowController::buildMenus()
     auto modeCommand = [this](auto command) {
         return [this, command] {
             command();
-            table(currentView()).showListSelection();
-            updateDetailPane();
+            showListChanges();
         };
     };
     addAction(view, QStringLiteral("selectPreviousMode"), QStringLiteral("Previous Time Mode"), QKeySequence(QStringLiteral("Ctrl+[")),

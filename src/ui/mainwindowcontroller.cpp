@@ -142,7 +142,6 @@ void MainWindowController::buildViews()
             connect(folders, &FolderTreeView::folderSelectionChanged, this, [this, table] {
                 table->showListSelection();
                 updateDetailPane();
-                updateStatus();
             });
         }
         splitter->addWidget(table);
@@ -311,7 +310,6 @@ void MainWindowController::showView(TaskView view)
         tree->showListSelection();
     updateViewActions();
     updateDetailPane();
-    updateStatus();
 }
 
 void MainWindowController::bringMainWindowToFront(bool makeKey)
@@ -415,8 +413,7 @@ void MainWindowController::postNotification(const DesktopNotification& notificat
 
 void MainWindowController::selectLastUsedTab()
 {
-    m_views->selectLastUsedTab();
-    showView(currentView());
+    m_views->selectLastUsedTab(); // shows the view through showView
 }
 
 void MainWindowController::saveLastUsedTab()
@@ -461,7 +458,6 @@ void MainWindowController::restoreSelectedObjects()
     for (TaskTableView* t : m_tables)
         t->showListSelection();
     updateDetailPane();
-    updateStatus();
 }
 
 void MainWindowController::saveSelectedObjects()
@@ -518,6 +514,13 @@ void MainWindowController::updateStatus()
     m_status->updateStatusTo(text);
 }
 
+void MainWindowController::showListChanges()
+{
+    table(currentView()).showListSelection();
+    updateDetailPane();
+}
+
+// The status line counts the selection too, so it follows.
 void MainWindowController::updateDetailPane()
 {
     m_detail->setTasks(m_views->taskList(currentView()).selectedObjects());

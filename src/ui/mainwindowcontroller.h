@@ -117,6 +117,8 @@ private:
     void updateUndoActions();
     void updateStatus();
     void updateDetailPane();
+    // After a command on the current list: its table shows the list's selection, the pane its tasks.
+    void showListChanges();
     void updateViewActions();
     TaskView currentView() const;
     QWidget* focusedEditor() const;
