@@ -100,7 +100,7 @@ Task* ContextTasksArrayController::addNewTask(const QString& name, Context* cont
     adoptNewTask(task, noGUI);
     if (noGUI)
         host().postNotification({QStringLiteral("Task added to Vyro"), newTaskNotificationDescription(task),
-                                 QStringLiteral("VyroNewTaskAdded"), QStringLiteral("Vyro.icns"), 0, false});
+                                 QStringLiteral("VyroNewTaskAdded"), QStringLiteral("Vyro.icns"), 0, false, QString()});
     else
         showNewTask(task, viewSwitcher().contextController(), task->parentContext(), true);
     return task;

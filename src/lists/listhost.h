@@ -16,6 +16,8 @@ struct DesktopNotification {
     QString iconName;
     int priority = 0;
     bool sticky = false;
+    // What a click on the notification opens: a task's object URI, or nothing.
+    QString clickContext;
 };
 
 // Everything the lists ask of the windows, as one interface. The desktop fills it in; the command line

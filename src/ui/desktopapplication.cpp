@@ -7,12 +7,17 @@
 #include "app/hideapplicationtimercontroller.h"
 #include "app/preferencedefaults.h"
 #include "app/preferences.h"
+#include "capture/inboxservices.h"
+#include "capture/quicksilverobserver.h"
+#include "capture/urlcontrollers.h"
 #include "lists/contextarraycontroller.h"
+#include "lists/contexttasksarraycontroller.h"
 #include "lists/projectarraycontroller.h"
 #include "lists/tabviewcontroller.h"
 #include "model/context.h"
 #include "model/modelenvironment.h"
 #include "platform/displaycheck.h"
+#include "ui/desktopservices.h"
 #include "store/log.h"
 #include "store/objectcontext.h"
 #include "ui/dialogs.h"
@@ -203,6 +208,51 @@ void DesktopApplication::saveAction()
         logLine(QStringLiteral("Could not save: %1").arg(saved.message()));
 }
 
+void DesktopApplication::reopen()
+{
+    if (m_window)
+        m_window->bringAppToFront();
+}
+
+void DesktopApplication::showQuickAddWindow() {}
+
+void DesktopApplication::showQuickTypeInWindow() {}
+
+void DesktopApplication::addAppContentToVyro() {}
+
+void DesktopApplication::getUrl(const QString& url)
+{
+    if (m_window)
+        handleGetURL(m_window->views(), url);
+}
+
+void DesktopApplication::openFile(const QString& path)
+{
+    if (m_window)
+        ::openFile(m_window->views().contextTasks(), path);
+}
+
+Task* DesktopApplication::newInboxTask(const QVariantMap& userInfo)
+{
+    if (!m_window)
+        return nullptr;
+    return QuickSilverObserver(m_window->views().contextTasks(), *m_preferences).observerNotification(userInfo);
+}
+
+void DesktopApplication::putServiceStringToVyroInbox(const QString& text)
+{
+    if (m_window)
+        ::putServiceStringToVyroInbox(m_window->views().contextTasks(), text);
+}
+
+void DesktopApplication::openVyroLinkAndSwitchToItem(const QString& text)
+{
+    if (m_window)
+        ::openVyroLinkAndSwitchToItem(m_window->views(), text);
+}
+
+void DesktopApplication::notificationWasClicked(const QString&) {}
+
 void DesktopApplication::updateBadge()
 {
     Context* inbox = m_window ? m_window->views().contextController().inboxContext() : nullptr;
@@ -264,7 +314,9 @@ int runDesktopApplication(int argc, char** argv, DataFolderOverride dataFolder)
     chooseIconTheme();
     QApplication::setWindowIcon(vyroIcon(QStringLiteral("vyro")));
 
-    DesktopApplication vyro(std::move(dataFolder));
+    DesktopServices services;
+    DesktopApplication vyro(std::move(dataFolder), &services);
+    services.attach(vyro);
     if (!vyro.applicationDidFinishLaunching())
         return 1;
     return QApplication::exec();

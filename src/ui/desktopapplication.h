@@ -3,6 +3,7 @@
 #include "app/datafilepaths.h"
 
 #include <QObject>
+#include <QVariantMap>
 
 #include <functional>
 #include <memory>
@@ -15,6 +16,7 @@ class HideApplicationTimerController;
 class MainWindowController;
 class Preferences;
 class PreferencesWindow;
+class Task;
 
 // The running desktop program: the start-up sequence in its fixed order, the activation rules, the two
 // timers and the quit sequence. It owns the preferences, the data and the main window for the run.
@@ -40,6 +42,25 @@ public:
 
     // Saves the store; a failure is logged and otherwise ignored (menu save, focus loss, auto-save).
     void saveAction();
+
+    // The ways in from the desktop session (the bus, hot keys, tray, notifications, a second start).
+    // Each does nothing before the window is up.
+    // Reopen: the main window to the front, taking the keyboard.
+    void reopen();
+    // The hot-key commands; each entry window's command is a toggle.
+    void showQuickAddWindow();
+    void showQuickTypeInWindow();
+    void addAppContentToVyro();
+    // A link handed to the program (the get-URL event) and a file handed to it.
+    void getUrl(const QString& url);
+    void openFile(const QString& path);
+    // The cross-process request for a new Inbox task; saves. nullptr when it made no task.
+    Task* newInboxTask(const QVariantMap& userInfo);
+    // The two services: selected text into the Inbox, a task link opened.
+    void putServiceStringToVyroInbox(const QString& text);
+    void openVyroLinkAndSwitchToItem(const QString& text);
+    // A click on one of our notifications, with the notification's click context (a task's URI or empty).
+    void notificationWasClicked(const QString& clickContext);
 
     MainWindowController* mainWindowController() const { return m_window.get(); }
     CoreData_AppDelegate& appDelegate() const { return *m_delegate; }

@@ -1,0 +1,6 @@
+#include "capture/quicksilverobserver.h"
+
+Task* QuickSilverObserver::observerNotification(const QVariantMap&)
+{
+    return nullptr;
+}
