@@ -4,7 +4,9 @@
 
 #include <QString>
 
+class ContextTasksArrayController;
 class ObjectContext;
+class Preferences;
 struct ParseResult;
 class Task;
 
@@ -17,6 +19,11 @@ public:
     // written, else the Inbox), adds the task and saves. An empty line does nothing (nullptr); a line
     // that cannot be read gives an error and no task. `reading`, when given, receives the line's parse.
     Result<Task*> quickTypeInDone(const QString& line, ParseResult* reading = nullptr);
+
+    // The window's path: the same rules, but the task is made by the context task list, which shows it
+    // in the main window or posts a notification of it, by "showGUIAfterQuickTypeInWindow". The store
+    // must be the one the list shows.
+    Result<Task*> quickTypeInDone(const QString& line, ContextTasksArrayController& tasks, const Preferences& preferences);
 
 private:
     ObjectContext& m_context;

@@ -26,6 +26,8 @@
 #include "ui/mainwindow.h"
 #include "ui/mainwindowcontroller.h"
 #include "ui/preferenceswindow.h"
+#include "ui/quickaddwindow.h"
+#include "ui/quicktypeinwindow.h"
 
 #include <QApplication>
 #include <QMessageBox>
@@ -55,6 +57,8 @@ DesktopApplication::~DesktopApplication()
 {
     // The window observes the store the delegate owns.
     delete m_preferencesWindow;
+    m_quickAdd.reset();
+    m_quickTypeIn.reset();
     m_window.reset();
 }
 
@@ -85,6 +89,7 @@ bool DesktopApplication::applicationDidFinishLaunching()
     m_window->setQuitHandler([this] { quit(); });
     m_window->setSaveHandler([this] { saveAction(); });
     m_window->setPreferencesHandler([this](bool quickTags) { showPreferences(quickTags); });
+    m_window->setQuickEntryHandlers([this] { showQuickAddWindow(); }, [this] { showQuickTypeInWindow(); });
     TabViewController& views = m_window->views();
     connect(&ModelEnvironment::of(store), &ModelEnvironment::inboxCountHasChanged, this, &DesktopApplication::updateBadge);
 
@@ -214,9 +219,25 @@ void DesktopApplication::reopen()
         m_window->bringAppToFront();
 }
 
-void DesktopApplication::showQuickAddWindow() {}
+void DesktopApplication::showQuickAddWindow()
+{
+    if (!m_window)
+        return;
+    if (!m_quickAdd)
+        m_quickAdd = std::make_unique<QuickAddWindow>(m_window->views(), *m_preferences, m_delegate->managedObjectContext(),
+                                                      &m_window->window());
+    m_quickAdd->toggle();
+}
 
-void DesktopApplication::showQuickTypeInWindow() {}
+void DesktopApplication::showQuickTypeInWindow()
+{
+    if (!m_window)
+        return;
+    if (!m_quickTypeIn)
+        m_quickTypeIn = std::make_unique<QuickTypeInWindow>(m_window->views(), *m_preferences, m_delegate->managedObjectContext(),
+                                                            &m_window->window());
+    m_quickTypeIn->toggle();
+}
 
 void DesktopApplication::addAppContentToVyro() {}
 

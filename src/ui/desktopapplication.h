@@ -16,6 +16,8 @@ class HideApplicationTimerController;
 class MainWindowController;
 class Preferences;
 class PreferencesWindow;
+class QuickAddWindow;
+class QuickTypeInWindow;
 class Task;
 
 // The running desktop program: the start-up sequence in its fixed order, the activation rules, the two
@@ -63,6 +65,9 @@ public:
     void notificationWasClicked(const QString& clickContext);
 
     MainWindowController* mainWindowController() const { return m_window.get(); }
+    // The entry windows once shown; nullptr before.
+    QuickAddWindow* quickAddWindow() const { return m_quickAdd.get(); }
+    QuickTypeInWindow* quickTypeInWindow() const { return m_quickTypeIn.get(); }
     CoreData_AppDelegate& appDelegate() const { return *m_delegate; }
     Preferences& preferences() const { return *m_preferences; }
     HideApplicationTimerController& hideTimer() const { return *m_hideTimer; }
@@ -86,6 +91,8 @@ private:
     std::unique_ptr<HideApplicationTimerController> m_hideTimer;
     std::unique_ptr<AutoSaveTimerController> m_autoSaveTimer;
     PreferencesWindow* m_preferencesWindow = nullptr;
+    std::unique_ptr<QuickAddWindow> m_quickAdd;
+    std::unique_ptr<QuickTypeInWindow> m_quickTypeIn;
     bool m_quitting = false;
 };
 

@@ -2,9 +2,14 @@
 
 #include "app/applicationservices.h"
 
+#include <QList>
 #include <QObject>
 
+#include <memory>
+
 class DesktopApplication;
+class GlobalHotKeys;
+struct HotKey;
 
 // The desktop session's services for the running program: global hot keys, the tray and its menus, the
 // launcher badge and the notifications. Each piece is chosen once, by what the session offers, and the
@@ -18,11 +23,19 @@ public:
     // The application the hot keys, the tray and the notification clicks act on; set before it starts.
     void attach(DesktopApplication& application) { m_application = &application; }
 
+    // Ids 1 capture, 2 quick add, 3 quick type-in; each replaces what the last call registered.
     void registerHotKeys(const Preferences& preferences) override;
+    // The hot keys the preferences ask for, by id; a key code of 0 or less, or one without a key, is left
+    // out.
+    static QList<HotKey> hotKeysFromPreferences(const Preferences& preferences);
     void buildStatusMenus() override;
     void updateBadge(int inboxCount) override;
     void resetBadge() override;
 
 private:
+    void hotKeyPressed(int id);
+
     DesktopApplication* m_application = nullptr;
+    // Chosen at the first registration, when the application object exists.
+    std::unique_ptr<GlobalHotKeys> m_hotKeys;
 };

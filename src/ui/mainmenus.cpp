@@ -83,6 +83,15 @@ void MainWindowController::buildMenus()
             tree->deleteSelected();
     });
     file->addSeparator();
+    addAction(file, QStringLiteral("showQuickAddWindow"), QStringLiteral("Quick Add…"), {}, [this] {
+        if (m_quickAdd)
+            m_quickAdd();
+    });
+    addAction(file, QStringLiteral("showQuickTypeInWindow"), QStringLiteral("Quick Type-In…"), {}, [this] {
+        if (m_quickTypeIn)
+            m_quickTypeIn();
+    });
+    file->addSeparator();
     addAction(file, QStringLiteral("saveAction"), QStringLiteral("&Save"), QKeySequence::Save, [this] {
         if (m_save)
             m_save();

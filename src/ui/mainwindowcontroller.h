@@ -75,6 +75,12 @@ public:
     void setSaveHandler(std::function<void()> save) { m_save = std::move(save); }
     // Opens the preferences window (true: at its quick-tags tab).
     void setPreferencesHandler(std::function<void(bool)> show) { m_preferencesHandler = std::move(show); }
+    // The File menu's quick add and quick type-in commands; the application owns those windows.
+    void setQuickEntryHandlers(std::function<void()> quickAdd, std::function<void()> quickTypeIn)
+    {
+        m_quickAdd = std::move(quickAdd);
+        m_quickTypeIn = std::move(quickTypeIn);
+    }
 
     // Window commands.
     void floatingAction();
@@ -148,5 +154,7 @@ private:
     std::function<void()> m_quit;
     std::function<void()> m_save;
     std::function<void(bool)> m_preferencesHandler;
+    std::function<void()> m_quickAdd;
+    std::function<void()> m_quickTypeIn;
     bool m_statusPending = false;
 };
