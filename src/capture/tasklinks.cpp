@@ -45,11 +45,6 @@ QString fileComponent(const QString& link)
     return path == QLatin1String("/") ? path : QFileInfo(path).fileName();
 }
 
-bool readsAsURL(const QString& text)
-{
-    return !text.isEmpty() && QUrl(text).isValid();
-}
-
 } // namespace
 
 LinkKind linkKind(const QString& link)
@@ -64,13 +59,13 @@ LinkKind linkKind(const QString& link)
 
 QString linkLabel(const QString& link)
 {
-    if (!readsAsURL(link))
-        return QString();
+    // The kinds with a fixed label are told by their prefix alone: mail message links carry an escaped
+    // message id that a strict reading does not take as a host.
     switch (const LinkKind kind = linkKind(link)) {
     case LinkKind::File:
         return fileComponent(link);
     case LinkKind::MailAddress:
-        return link;
+        return QUrl(link).isValid() ? link : QString();
     case LinkKind::Other:
         return QUrl(link).host();
     default:
