@@ -43,22 +43,14 @@ protected:
     QString where()
     {
         TabViewController& v = switcher();
+        const auto name = [](const auto* record) { return record ? record->name() : u"-"_s; };
         switch (v.selectedTab()) {
-        case TaskView::Contexts: {
-            const Context* c = v.contextController().selectedObject();
-            const Task* t = v.contextTasks().selectedObject();
-            return u"contexts "_s + (c ? c->name() : u"-"_s) + u" "_s + (t ? t->name() : u"-"_s);
-        }
-        case TaskView::Projects: {
-            const Project* p = v.projectController().selectedObject();
-            const Task* t = v.projectTasks().selectedObject();
-            return u"projects "_s + (p ? p->name() : u"-"_s) + u" "_s + (t ? t->name() : u"-"_s);
-        }
-        case TaskView::Archive: {
-            const ArchiveCategory* a = v.archiveCategoryController().selectedObject();
-            const Task* t = v.archivedTasks().selectedObject();
-            return u"archive "_s + (a ? a->name() : u"-"_s) + u" "_s + (t ? t->name() : u"-"_s);
-        }
+        case TaskView::Contexts:
+            return u"contexts "_s + name(v.contextController().selectedObject()) + u" "_s + name(v.contextTasks().selectedObject());
+        case TaskView::Projects:
+            return u"projects "_s + name(v.projectController().selectedObject()) + u" "_s + name(v.projectTasks().selectedObject());
+        case TaskView::Archive:
+            return u"archive "_s + name(v.archiveCategoryController().selectedObject()) + u" "_s + name(v.archivedTasks().selectedObject());
         default:
             return u"other"_s;
         }

@@ -130,48 +130,40 @@ TEST_F(TaskLinkFieldPaneTest, PasteAndDropAddNewLinksToTheFirstTaskOnly)
     pane->setTasks({first, second});
     struct Case {
         const char* what;
-        std::function<QMimeData*()> data;
+        QString text;
+        QStringList files;
         bool drop;
         QString firstUrl;
     };
-    auto text = [](const QString& t) {
-        return [t] {
-            auto* d = new QMimeData;
-            d->setText(t);
-            return d;
-        };
-    };
-    auto files = [](const QStringList& paths) {
-        return [paths] {
-            auto* d = new QMimeData;
-            QList<QUrl> urls;
-            for (const QString& p : paths)
-                urls << QUrl::fromLocalFile(p);
-            d->setUrls(urls);
-            d->setText(paths.join(u'\n'));
-            return d;
-        };
-    };
     const Case cases[] = {
-        {"pasted address", text(u"http://b.example/x"_s), false, u"http://a.example#$#http://b.example/x"_s},
-        {"pasted known address", text(u"http://a.example"_s), false, u"http://a.example"_s},
-        {"pasted words", text(u"call Ann"_s), false, u"http://a.example"_s},
-        {"dropped files", files({u"/tmp/one.txt"_s, u"/tmp/t w o.txt"_s}), true,
+        {"pasted address", u"http://b.example/x"_s, {}, false, u"http://a.example#$#http://b.example/x"_s},
+        {"pasted known address", u"http://a.example"_s, {}, false, u"http://a.example"_s},
+        {"pasted words", u"call Ann"_s, {}, false, u"http://a.example"_s},
+        {"dropped files", {}, {u"/tmp/one.txt"_s, u"/tmp/t w o.txt"_s}, true,
          u"http://a.example#$#file:///tmp/one.txt#$#file:///tmp/t%20w%20o.txt"_s},
-        {"dropped address", text(u"https://c.example"_s), true, u"http://a.example#$#https://c.example"_s},
-        {"dropped words", text(u"no link here"_s), true, u"http://a.example"_s},
+        {"dropped address", u"https://c.example"_s, {}, true, u"http://a.example#$#https://c.example"_s},
+        {"dropped words", u"no link here"_s, {}, true, u"http://a.example"_s},
+    };
+    const auto mimeData = [](const Case& c) {
+        auto* data = new QMimeData;
+        QList<QUrl> urls;
+        for (const QString& file : c.files)
+            urls << QUrl::fromLocalFile(file);
+        data->setUrls(urls);
+        data->setText(c.files.isEmpty() ? c.text : c.files.join(u'\n'));
+        return data;
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         if (c.drop) {
-            std::unique_ptr<QMimeData> data(c.data());
+            std::unique_ptr<QMimeData> data(mimeData(c));
             // As a drag does: it enters the field, then drops on it.
             QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, data.get(), Qt::LeftButton, Qt::NoModifier);
             QCoreApplication::sendEvent(field, &enter);
             QDropEvent drop(QPointF(5, 5), Qt::CopyAction, data.get(), Qt::LeftButton, Qt::NoModifier);
             QCoreApplication::sendEvent(field, &drop);
         } else {
-            QApplication::clipboard()->setMimeData(c.data());
+            QApplication::clipboard()->setMimeData(mimeData(c));
             field->tokenList()->setFocus();
             QTest::keyClick(field->tokenList(), Qt::Key_V, Qt::ControlModifier);
         }
