@@ -1,36 +1,18 @@
 #include "support/listsfixture.h"
+#include "support/logcapture.h"
 
 #include "capture/inboxservices.h"
 #include "capture/quicksilverobserver.h"
 #include "lists/contexttasksarraycontroller.h"
-#include "store/log.h"
 
 #include <QDir>
 #include <QFile>
 #include <QUrl>
 
-#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// Log lines written while `run` runs.
-template <class Run>
-QStringList loggedBy(Run run)
-{
-    std::FILE* log = std::tmpfile();
-    setLogSink(log);
-    run();
-    setLogSink(nullptr);
-    std::rewind(log);
-    QFile f;
-    f.open(log, QIODevice::ReadOnly);
-    const QStringList lines = QString::fromUtf8(f.readAll()).split(u'\n', Qt::SkipEmptyParts);
-    f.close();
-    std::fclose(log);
-    return lines;
-}
 
 QString fileURL(const QString& path) { return QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded); }
 

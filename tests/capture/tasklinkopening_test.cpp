@@ -1,4 +1,5 @@
 #include "support/listsfixture.h"
+#include "support/logcapture.h"
 
 #include "capture/urlcontrollers.h"
 #include "lists/archivedtasksarraycontroller.h"
@@ -7,12 +8,9 @@
 #include "lists/projectarraycontroller.h"
 #include "lists/projecttasksarraycontroller.h"
 #include "model/archivecategory.h"
-#include "store/log.h"
 #include "store/objecturi.h"
 
-#include <QFile>
 
-#include <cstdio>
 
 using namespace Qt::StringLiterals;
 
@@ -143,16 +141,7 @@ TEST_F(TaskLinkOpeningTest, EditorLinksAreOnlyLogged)
         {u"ftp://example.com#1,2"_s, {}},
     };
     for (const Case& c : cases) {
-        std::FILE* log = std::tmpfile();
-        setLogSink(log);
-        handleGetURL(switcher(), c.url);
-        setLogSink(nullptr);
-        std::rewind(log);
-        QFile f;
-        f.open(log, QIODevice::ReadOnly);
-        EXPECT_EQ(QString::fromUtf8(f.readAll()).split(u'\n', Qt::SkipEmptyParts), c.logged) << c.url.toStdString();
-        f.close();
-        std::fclose(log);
+        EXPECT_EQ(loggedBy([&] { handleGetURL(switcher(), c.url); }), c.logged) << c.url.toStdString();
     }
     EXPECT_EQ(switcher().selectedTab(), TaskView::Contexts);
 }
