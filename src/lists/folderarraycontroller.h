@@ -33,7 +33,8 @@ public:
     std::vector<Record*> selectedRecords() const;
     Record* firstSelectedRecord() const;
     void setSelectedRecords(std::vector<Record*> folders) { m_selection = std::move(folders); }
-    void selectRecord(Record* folder) { m_selection = {folder}; }
+    // nullptr clears the selection.
+    void selectRecord(Record* folder) { m_selection = folder ? std::vector<Record*>{folder} : std::vector<Record*>{}; }
     void selectAll() { m_selection = arrangedRecords(); }
 
     void switchToPrevious() { step(-1); }

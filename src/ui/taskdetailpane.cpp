@@ -1,6 +1,9 @@
 #include "ui/taskdetailpane.h"
 
 #include "app/preferences.h"
+#include "capture/tasklinks.h"
+#include "capture/tasktagscontroller.h"
+#include "capture/urlcontrollers.h"
 #include "lists/tabviewcontroller.h"
 #include "lists/tasksarraycontroller.h"
 #include "model/cleanupcontroller.h"
@@ -10,9 +13,12 @@
 #include "store/objectcontext.h"
 #include "ui/datefield.h"
 #include "ui/folderchooser.h"
+#include "ui/tasklinkfield.h"
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QAbstractItemView>
+#include <QCompleter>
 #include <QEvent>
 #include <QFormLayout>
 #include <QGridLayout>
@@ -24,6 +30,7 @@
 #include <QScrollBar>
 #include <QSpinBox>
 #include <QStackedWidget>
+#include <QStringListModel>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -232,12 +239,8 @@ void TaskDetailPane::buildForm()
     m_contacts = named(new QLineEdit, QStringLiteral("detailContacts"), tr("Contacts"));
     m_contacts->setToolTip(tr("Names of contacts, separated by commas"));
     layout->addRow(tr("Cont&acts:"), m_contacts);
-    m_links = named(new QPlainTextEdit, QStringLiteral("detailLinks"), tr("Links"));
-    m_links->setToolTip(tr("One link per line"));
-    m_links->setTabChangesFocus(true);
-    m_links->setLineWrapMode(QPlainTextEdit::NoWrap);
-    m_links->setFixedHeight(m_links->fontMetrics().lineSpacing() * 3 + 12);
-    layout->addRow(tr("&Links:"), m_links);
+    m_links = new TaskLinkField;
+    layout->addRow(buddyLabel(tr("&Links:"), m_links->input()), m_links);
 
     m_note = named(new QPlainTextEdit, QStringLiteral("detailNote"), tr("Note"));
     m_note->setTabChangesFocus(true);
@@ -250,7 +253,22 @@ void TaskDetailPane::buildForm()
     scroll->setMinimumWidth(form->minimumSizeHint().width() + scroll->verticalScrollBar()->sizeHint().width());
 
     m_note->installEventFilter(this);
-    m_links->installEventFilter(this);
+
+    // Completes the tag being typed: the text after the last comma.
+    m_tagCompletions = new QStringListModel(this);
+    m_tagCompleter = new QCompleter(m_tagCompletions, this);
+    m_tagCompleter->setObjectName(QStringLiteral("detailTagsCompleter"));
+    m_tagCompleter->setCaseSensitivity(Qt::CaseInsensitive);
+    m_tagCompleter->setCompletionMode(QCompleter::PopupCompletion);
+    m_tagCompleter->setWidget(m_tags);
+    connect(m_tags, &QLineEdit::textEdited, this, &TaskDetailPane::offerTagCompletions);
+    connect(m_tagCompleter, qOverload<const QString&>(&QCompleter::activated), this, &TaskDetailPane::takeTagCompletion);
+
+    connect(m_links, &TaskLinkField::linksEdited, this, &TaskDetailPane::writeLinks);
+    connect(m_links, &TaskLinkField::linksOffered, this, &TaskDetailPane::addOfferedLinks);
+    connect(m_links, &TaskLinkField::openRequested, this,
+            [this](const QString& link) { m_files.open(link, [this](const QString& taskLink) { handleGetURL(m_views, taskLink); }); });
+    connect(m_links, &TaskLinkField::revealRequested, this, [this](const QString& link) { m_files.reveal(link); });
 
     connect(m_name, &QLineEdit::editingFinished, this, &TaskDetailPane::commitName);
     connect(m_tags, &QLineEdit::editingFinished, this, &TaskDetailPane::commitTags);
@@ -402,14 +420,45 @@ void TaskDetailPane::commitContacts()
         [&contacts](Task* t) { t->setDisplayContact(contacts); });
 }
 
-void TaskDetailPane::commitLinks()
+void TaskDetailPane::writeLinks(const QStringList& links)
 {
-    if (!m_links->document()->isModified())
-        return;
-    m_links->document()->setModified(false);
-    const QStringList links = splitList(m_links->toPlainText(), u'\n');
     const QString stored = links.isEmpty() ? QString() : Task::urlFromUrls(links);
     apply(tr("Change Links"), [&stored](Task* t) { return t->url() != stored; }, [&links](Task* t) { t->setDisplayURL(links); });
+}
+
+void TaskDetailPane::addOfferedLinks(const QStringList& links)
+{
+    if (m_tasks.empty())
+        return;
+    Task* first = m_tasks.front();
+    const QStringList had = first->displayURL().value_or(QStringList());
+    const bool anyNew = std::any_of(links.begin(), links.end(), [&had](const QString& link) { return !had.contains(link); });
+    apply(tr("Change Links"), [first, anyNew](Task* t) { return anyNew && t == first; }, [&links](Task* t) { appendNewLinks(*t, links); });
+}
+
+void TaskDetailPane::offerTagCompletions(const QString& text)
+{
+    // The tag being typed starts after the last comma; the blank that follows a comma is no part of it.
+    QString part = text.mid(text.lastIndexOf(u',') + 1);
+    while (part.startsWith(u' '))
+        part.remove(0, 1);
+    const QStringList completions = part.isEmpty() ? QStringList() : TaskTagsController(m_views.store()).autoCompletionsForTagPartName(part);
+    m_tagCompletions->setStringList(completions);
+    if (completions.isEmpty()) {
+        m_tagCompleter->popup()->hide();
+        return;
+    }
+    m_tagCompleter->setCompletionPrefix(part);
+    m_tagCompleter->complete();
+}
+
+void TaskDetailPane::takeTagCompletion(const QString& completion)
+{
+    const QString text = m_tags->text();
+    const qsizetype comma = text.lastIndexOf(u',');
+    const QString kept = comma < 0 ? QString() : text.left(comma + 1) + QLatin1Char(' ');
+    m_tags->setText(kept + completion);
+    m_tags->setModified(true);
 }
 
 void TaskDetailPane::commitPendingEdits()
@@ -418,7 +467,7 @@ void TaskDetailPane::commitPendingEdits()
     commitNote();
     commitTags();
     commitContacts();
-    commitLinks();
+    m_links->commitTypedText();
     if (m_start->lineEdit()->isModified())
         m_start->commitText();
     if (m_due->lineEdit()->isModified())
@@ -430,8 +479,6 @@ bool TaskDetailPane::eventFilter(QObject* watched, QEvent* event)
     if (event->type() == QEvent::FocusOut) {
         if (watched == m_note)
             commitNote();
-        else if (watched == m_links)
-            commitLinks();
     }
     return QWidget::eventFilter(watched, event);
 }
@@ -451,8 +498,8 @@ void TaskDetailPane::setTasks(const std::vector<Task*>& tasks)
     // A new selection starts clean: nothing typed for the old tasks is kept on show.
     for (QLineEdit* edit : {m_name, m_tags, m_contacts, m_start->lineEdit(), m_due->lineEdit()})
         edit->setModified(false);
-    for (QPlainTextEdit* edit : {m_note, m_links})
-        edit->document()->setModified(false);
+    m_note->document()->setModified(false);
+    m_links->input()->clear();
     refresh();
 }
 
@@ -489,7 +536,7 @@ void TaskDetailPane::refresh()
     showText(m_note, common(tasks, [](Task* t) { return t->content(); }));
     showText(m_tags, common(tasks, [](Task* t) { return listText(t->tags()); }));
     showText(m_contacts, common(tasks, [](Task* t) { return listText(t->contact()); }));
-    showText(m_links, common(tasks, [](Task* t) { return t->url().isEmpty() ? QString() : t->urlsFromUrl().join(u'\n'); }));
+    m_links->setLinks(common(tasks, [](Task* t) { return t->displayURL().value_or(QStringList()); }));
 
     auto showFolder = [](FolderChooser* chooser, Record* folder, bool mixed) {
         if (chooser->hasFocus() && chooser->lineEdit() && chooser->lineEdit()->isModified())

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/filemanager.h"
+
 #include <QWidget>
 
 #include <functional>
@@ -10,6 +12,9 @@ class DateField;
 class FolderChooser;
 class QCheckBox;
 class QComboBox;
+class QCompleter;
+class QStringListModel;
+class TaskLinkField;
 class QLabel;
 class Record;
 class QLineEdit;
@@ -24,8 +29,10 @@ struct ChangeBatch;
 //
 // With several tasks, a field whose values differ shows "Multiple values" (or an unset control), and an
 // edit writes that one field to every task, through the model's setters, as one undo step named after
-// the field ("Change Due Date"). Text fields are written when editing finishes (the note and the links
-// when they lose the focus); nothing is written for a field the user has not changed.
+// the field ("Change Due Date"). Text fields are written when editing finishes (the note when it loses
+// the focus); nothing is written for a field the user has not changed. A link token typed or removed
+// writes the links; links pasted or dropped are added to the first task only, as the task lists' paste
+// rule says, each once.
 //
 // The pane follows the store: after each change batch it shows its tasks' values again, leaving alone
 // a field that is being typed in, and drops tasks that were deleted.
@@ -59,7 +66,10 @@ private:
     void commitNote();
     void commitTags();
     void commitContacts();
-    void commitLinks();
+    void writeLinks(const QStringList& links);
+    void addOfferedLinks(const QStringList& links);
+    void offerTagCompletions(const QString& text);
+    void takeTagCompletion(const QString& completion);
     struct FlagBinding {
         QCheckBox* box;
         QString actionName;
@@ -90,7 +100,10 @@ private:
     QCheckBox* m_done = nullptr;
     std::vector<FlagBinding> m_flags;
     QLineEdit* m_tags = nullptr;
-    QPlainTextEdit* m_links = nullptr;
+    QCompleter* m_tagCompleter = nullptr;
+    QStringListModel* m_tagCompletions = nullptr;
+    TaskLinkField* m_links = nullptr;
+    FileManager m_files;
     QLineEdit* m_contacts = nullptr;
     QSpinBox* m_recurNumber = nullptr;
     QComboBox* m_recurMode = nullptr;
