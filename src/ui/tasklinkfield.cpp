@@ -1,6 +1,7 @@
 #include "ui/tasklinkfield.h"
 
 #include "capture/tasklinks.h"
+#include "ui/icons.h"
 
 #include <QApplication>
 #include <QClipboard>
@@ -19,6 +20,23 @@ namespace {
 constexpr int kLinkRole = Qt::UserRole;
 constexpr int kPadding = 6;   // inside a token, left and right
 constexpr int kMargin = 2;    // between tokens
+constexpr int kIconSize = 16;
+
+// A small picture of what the link opens, so a file, a page and a mail are told apart at a glance.
+QIcon iconForLink(const QString& link)
+{
+    switch (linkKind(link)) {
+    case LinkKind::File:
+        return vyroIcon(QStringLiteral("file_edit.png"));
+    case LinkKind::VyroItem:
+        return vyroIcon(QStringLiteral("vyro"));
+    case LinkKind::MailMessage:
+    case LinkKind::MailAddress:
+        return vyroIcon(QStringLiteral("context_mail.png"));
+    default:
+        return vyroIcon(QStringLiteral("file_web.png"));
+    }
+}
 
 // A token: the label in a rounded box of the button colours, the highlight colours when selected, so
 // both light and dark palettes read well.
@@ -42,16 +60,23 @@ public:
             painter->setBrush(Qt::NoBrush);
             painter->drawRoundedRect(box.adjusted(-1, -1, 1, 1), radius + 1, radius + 1);
         }
+        QRectF textBox = box.adjusted(kPadding, 0, -kPadding, 0);
+        if (const QIcon icon = index.data(Qt::DecorationRole).value<QIcon>(); !icon.isNull()) {
+            const QRectF iconBox(textBox.left(), box.center().y() - kIconSize / 2.0, kIconSize, kIconSize);
+            icon.paint(painter, iconBox.toRect(), Qt::AlignCenter, selected ? QIcon::Selected : QIcon::Normal);
+            textBox.setLeft(iconBox.right() + 4);
+        }
         painter->setPen(palette.color(selected ? QPalette::HighlightedText : QPalette::ButtonText));
-        const QString text = option.fontMetrics.elidedText(index.data().toString(), Qt::ElideMiddle, int(box.width()) - 2 * kPadding);
-        painter->drawText(box.adjusted(kPadding, 0, -kPadding, 0), Qt::AlignVCenter | Qt::AlignLeft, text);
+        const QString text = option.fontMetrics.elidedText(index.data().toString(), Qt::ElideMiddle, int(textBox.width()));
+        painter->drawText(textBox, Qt::AlignVCenter | Qt::AlignLeft, text);
         painter->restore();
     }
 
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override
     {
-        const int width = option.fontMetrics.horizontalAdvance(index.data().toString()) + 2 * (kPadding + kMargin) + 2;
-        return {qMin(width, 320), option.fontMetrics.height() + 2 * kMargin + 6};
+        const int icon = index.data(Qt::DecorationRole).isNull() ? 0 : kIconSize + 4;
+        const int width = option.fontMetrics.horizontalAdvance(index.data().toString()) + icon + 2 * (kPadding + kMargin) + 2;
+        return {qMin(width, 320), qMax(option.fontMetrics.height(), kIconSize) + 2 * kMargin + 6};
     }
 };
 
@@ -76,7 +101,10 @@ TaskLinkField::TaskLinkField(QWidget* parent) : QWidget(parent)
     m_tokens->setFrameShape(QFrame::NoFrame);
     m_tokens->setItemDelegate(new TokenDelegate(m_tokens));
     m_tokens->setContextMenuPolicy(Qt::CustomContextMenu);
-    m_tokens->setFixedHeight(m_tokens->fontMetrics().height() * 3 + 24);
+    // Three rows of tokens before it scrolls.
+    const int tokenHeight = qMax(m_tokens->fontMetrics().height(), kIconSize) + 2 * kMargin + 6;
+    m_tokens->setFixedHeight(3 * tokenHeight + 2 * m_tokens->frameWidth() + 4);
+    m_tokens->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_tokens->installEventFilter(this);
     connect(m_tokens, &QWidget::customContextMenuRequested, this, &TaskLinkField::showMenu);
     connect(m_tokens, &QListWidget::itemActivated, this,
@@ -108,6 +136,7 @@ void TaskLinkField::setLinks(const std::optional<QStringList>& links)
         auto* item = new QListWidgetItem(linkLabel(link).isEmpty() ? link : linkLabel(link), m_tokens);
         item->setData(kLinkRole, link);
         item->setToolTip(link);
+        item->setIcon(iconForLink(link));
     }
     m_input->setPlaceholderText(links ? tr("Type a link, then Return") : tr("Multiple values"));
 }

@@ -22,6 +22,8 @@
 #include "ui/icons.h"
 #include "ui/mainwindow.h"
 #include "ui/mainwindowcontroller.h"
+#include "ui/quickaddwindow.h"
+#include "ui/quicktypeinwindow.h"
 #include "ui/tasktableview.h"
 
 #include <QAction>
@@ -30,6 +32,7 @@
 #include <QDialog>
 #include <QDir>
 #include <QFont>
+#include <QLineEdit>
 #include <QPalette>
 #include <QStyleFactory>
 #include <QTest>
@@ -228,6 +231,27 @@ int main(int argc, char** argv)
         preferences->close();
     } else {
         std::fprintf(stderr, "the preferences window did not open\n");
+        return 1;
+    }
+
+    // The two entry windows, filled in as a user would before pressing Return.
+    vyro.showQuickAddWindow();
+    if (QuickAddWindow* quickAdd = vyro.quickAddWindow(); quickAdd && quickAdd->isVisible()) {
+        quickAdd->nameField()->setText(QStringLiteral("Order new printer cartridges"));
+        quickAdd->tagsField()->setText(QStringLiteral("office,supplies"));
+        shot.save(*quickAdd, QStringLiteral("quick-add.png"));
+        quickAdd->reject();
+    } else {
+        std::fprintf(stderr, "the quick add window did not open\n");
+        return 1;
+    }
+    vyro.showQuickTypeInWindow();
+    if (QuickTypeInWindow* typeIn = vyro.quickTypeInWindow(); typeIn && typeIn->isVisible()) {
+        typeIn->taskField()->setText(QStringLiteral("@home call Bob about the garden #tomorrow"));
+        shot.save(*typeIn, QStringLiteral("quick-type-in.png"));
+        typeIn->reject();
+    } else {
+        std::fprintf(stderr, "the quick type-in window did not open\n");
         return 1;
     }
     return shot.ok() ? 0 : 1;
