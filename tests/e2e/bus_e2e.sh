@@ -290,7 +290,7 @@ wait_for 10 "the name to be free" gone
 timeout 40 "$vyro" --data-dir "$data" quick-type-in || fail "quick-type-in without a running program"
 answers || fail "no program answers after quick-type-in started one"
 vyro_pid=$(gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
-    --method org.freedesktop.DBus.GetConnectionUnixProcessID com.quendar.Vyro | tr -dc 0-9)
+    --method org.freedesktop.DBus.GetConnectionUnixProcessID com.quendar.Vyro | sed 's/.* \([0-9]*\),.*/\1/')
 [[ -n $vyro_pid ]] || fail "no process for the started program"
 run after add 'After the restart'
 [[ $(status_of after) -eq 0 ]] || fail "add to the started program: $(cat "$work/after.err")"
