@@ -141,8 +141,12 @@ public:
             }
             return true;
         }
-        if (!own)
-            return false;
+        if (interface.startsWith(QLatin1String("org.freedesktop.DBus.")))
+            return false; // introspection and the like, which the library answers
+        if (!own) {
+            connection.send(message.createErrorReply(QDBusError::UnknownInterface, QStringLiteral("no interface %1 here").arg(interface)));
+            return true;
+        }
         if (member == QLatin1String("NewInboxTask")) {
             if (!expect("a{sv}"))
                 return true;
@@ -174,7 +178,9 @@ public:
             runCommand(message, connection, args);
             return true;
         }
-        return false;
+        // Answered here rather than left to the library, so that the caller learns what is wrong.
+        connection.send(message.createErrorReply(QDBusError::UnknownMethod, QStringLiteral("no method %1.%2").arg(interface, member)));
+        return true;
     }
 
 private:
