@@ -10,7 +10,6 @@
 #include <QDBusReply>
 #include <QDBusUnixFileDescriptor>
 #include <QDBusVirtualObject>
-#include <QDateTime>
 
 #include <unistd.h>
 
@@ -85,9 +84,9 @@ std::optional<QVariantMap> plainMap(const QVariant& argument)
 // The object at the instance's path. The messages are taken whole, so that each is checked for its
 // exact signature before any argument is read: a caller with the wrong types gets an error reply, never
 // a half-converted value.
-class ApplicationBus::Adaptors : public QDBusVirtualObject {
+class ApplicationBus::Object : public QDBusVirtualObject {
 public:
-    explicit Adaptors(ApplicationBus& bus) : QDBusVirtualObject(&bus), m_bus(bus) {}
+    explicit Object(ApplicationBus& bus) : QDBusVirtualObject(&bus), m_bus(bus) {}
 
     QString introspect(const QString&) const override { return QString::fromLatin1(kIntrospection); }
 
@@ -241,7 +240,7 @@ ApplicationBus::Claim ApplicationBus::claim()
         return Claim::NoBus;
     }
     if (!m_registered) {
-        auto* object = new Adaptors(*this);
+        auto* object = new Object(*this);
         m_registered = connection.registerVirtualObject(QString(kApplicationBusPath), object, QDBusConnection::SingleNode);
         if (!m_registered) {
             m_error = QStringLiteral("cannot register %1 on the bus").arg(kApplicationBusPath);

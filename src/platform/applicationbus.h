@@ -72,7 +72,7 @@ public:
     QString errorString() const { return m_error; }
 
 private:
-    class Adaptors;
+    class Object;
     ApplicationBusHandler& m_handler;
     QString m_connectionName;
     QString m_error;
