@@ -20,7 +20,7 @@ QString mebibytes(qint64 bytes)
 
 // The whole input, or a refusal once it is known to exceed the limit: a regular file by its size,
 // before reading; standard input and devices by reading in chunks and stopping past the limit.
-Result<QByteArray> readLimited(QFile& file, const QString& name)
+Result<QByteArray> readLimited(QIODevice& file, const QString& name)
 {
     if (!file.isSequential() && file.size() > kLoadLimit)
         return Status::invalidArgument(QStringLiteral("%1 holds %2, more than load reads (%3)").arg(name, mebibytes(file.size()), mebibytes(kLoadLimit)));
@@ -69,11 +69,11 @@ int runLoad(CommandEnvironment& env)
         return env.fail(QStringLiteral("load takes one FILE (\"-\" for standard input)"), ExitUsage);
     const QString path = env.arguments().first();
     const QString name = path == QLatin1String("-") ? QStringLiteral("standard input") : path;
-    QFile file;
-    const bool opened = path == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly) : (file.setFileName(path), file.open(QIODevice::ReadOnly));
-    if (!opened)
-        return env.fail(QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
-    auto read = readLimited(file, name);
+    QString openError;
+    const std::unique_ptr<QIODevice> file = env.openInput(path, &openError);
+    if (!file)
+        return env.fail(QStringLiteral("cannot read %1: %2").arg(path, openError));
+    auto read = readLimited(*file, name);
     if (!read)
         return env.fail(read.status().message());
     const QByteArray bytes = std::move(*read);

@@ -56,6 +56,26 @@ DataFileLock::~DataFileLock()
     ::close(m_fd);
 }
 
+bool DataFileLock::isHeldElsewhere(const QString& dataFilePath)
+{
+    const QByteArray lockPath = QFile::encodeName(lockFilePath(dataFilePath));
+    int fd;
+    do
+        fd = ::open(lockPath.constData(), O_RDONLY | O_CLOEXEC);
+    while (fd < 0 && errno == EINTR);
+    if (fd < 0)
+        return false;
+    // A shared hold conflicts only with an exclusive one, so two callers asking at once do not see each
+    // other as holders; it is given back at once.
+    int rc;
+    do
+        rc = ::flock(fd, LOCK_SH | LOCK_NB);
+    while (rc != 0 && errno == EINTR);
+    const bool held = rc != 0 && errno == EWOULDBLOCK;
+    ::close(fd);
+    return held;
+}
+
 Result<std::unique_ptr<DataFileLock>> DataFileLock::acquire(const QString& dataFilePath)
 {
     const QString absolute = QFileInfo(dataFilePath).absoluteFilePath();

@@ -21,6 +21,10 @@ class DataFileLock {
 public:
     // Busy, naming the holder when its lock file says who it is, when another hold exists.
     static Result<std::unique_ptr<DataFileLock>> acquire(const QString& dataFilePath);
+    // Whether another open file holds the data file now; false when there is no lock file. Cheap: it
+    // opens no data and creates nothing. Only a hint: the holder may let go, or another may take hold,
+    // right after the answer.
+    static bool isHeldElsewhere(const QString& dataFilePath);
     ~DataFileLock();
     DataFileLock(const DataFileLock&) = delete;
     DataFileLock& operator=(const DataFileLock&) = delete;

@@ -16,7 +16,10 @@
 #include "lists/tabviewcontroller.h"
 #include "model/context.h"
 #include "model/modelenvironment.h"
+#include "platform/applicationbus.h"
 #include "platform/displaycheck.h"
+#include "platform/instanceclient.h"
+#include "ui/desktopbushandler.h"
 #include "ui/desktopservices.h"
 #include "store/log.h"
 #include "store/objectcontext.h"
@@ -318,7 +321,7 @@ void DesktopApplication::showPreferences(bool quickTags)
         m_preferencesWindow->showPreferences();
 }
 
-int runDesktopApplication(int argc, char** argv, DataFolderOverride dataFolder)
+int runDesktopApplication(int argc, char** argv, DataFolderOverride dataFolder, const QStringList& uris)
 {
     if (const QString message = missingDisplayMessage(); !message.isEmpty()) {
         std::fprintf(stderr, "%s\n", message.toLocal8Bit().constData());
@@ -338,7 +341,31 @@ int runDesktopApplication(int argc, char** argv, DataFolderOverride dataFolder)
     DesktopServices services;
     DesktopApplication vyro(std::move(dataFolder), &services);
     services.attach(vyro);
+    // One instance per session: the name is claimed before the data is opened, so a second start hands
+    // its request over without touching the data file. Requests that come in while the data is being
+    // opened wait for the event loop.
+    DesktopBusHandler handler(vyro);
+    ApplicationBus bus(handler);
+    switch (bus.claim()) {
+    case ApplicationBus::Claim::Claimed:
+        break;
+    case ApplicationBus::Claim::Taken: {
+        InstanceClient running;
+        const bool handed = uris.isEmpty() ? running.activate() : running.open(uris);
+        if (handed)
+            return 0;
+        logLine(QStringLiteral("Another Vyro owns the session bus name but did not answer: %1").arg(running.errorString()));
+        std::fprintf(stderr, "vyro: another Vyro is running but does not answer: %s\n", running.errorString().toLocal8Bit().constData());
+        return 1;
+    }
+    case ApplicationBus::Claim::NoBus:
+        // Without a session bus the program runs alone: nothing can reach it, nothing else is there.
+        logLine(QStringLiteral("No session bus; other processes cannot reach this Vyro: %1").arg(bus.errorString()));
+        break;
+    }
     if (!vyro.applicationDidFinishLaunching())
         return 1;
+    if (!uris.isEmpty())
+        handler.open(uris);
     return QApplication::exec();
 }

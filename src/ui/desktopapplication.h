@@ -98,4 +98,7 @@ private:
 
 // `vyro` without a command: checks for a display, makes the application object and runs the program.
 // Returns the exit status.
-int runDesktopApplication(int argc, char** argv, DataFolderOverride dataFolder);
+// `uris` (links and "file:" URIs) are opened once the window is up. When another instance holds the
+// application's name on the session bus, they are handed to it (or it is brought forward) instead and
+// the program ends with 0.
+int runDesktopApplication(int argc, char** argv, DataFolderOverride dataFolder, const QStringList& uris = {});

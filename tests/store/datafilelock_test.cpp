@@ -3,6 +3,7 @@
 #include "store/datafilelock.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSysInfo>
 
 #include <csignal>
@@ -167,6 +168,38 @@ TEST_F(DataFileLockTest, TheDataFileAndItsLockAreTheOwnersOnly)
         }
     }
     ::umask(old);
+}
+
+// The cheap question a second process asks before deciding to hand its work over. A wrong "held"
+// sends commands to a program that does not exist; a wrong "free" makes them fail as busy.
+TEST_F(DataFileLockTest, HeldElsewhereAnswersForEveryStateOfTheLockFile)
+{
+    const QString other = dataFilePath() + QStringLiteral(".other");
+    pid_t holder = 0;
+    struct Case {
+        const char* state;
+        std::function<void()> arrange;
+        bool held;
+    };
+    const Case cases[] = {
+        {"no lock file at all", [] {}, false},
+        {"a lock file left by a crash", [&] { QFile f(DataFileLock::lockFilePath(other)); f.open(QIODevice::WriteOnly); f.write("123\nhost\n"); }, false},
+        {"held by another process", [&] { inChild([&] { auto l = DataFileLock::acquire(other); l.value().release(); return QByteArray("held"); }, &holder); }, true},
+        {"released by that process", [&] { ::kill(holder, SIGKILL); ::waitpid(holder, nullptr, 0); }, false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.state);
+        c.arrange();
+        EXPECT_EQ(DataFileLock::isHeldElsewhere(other), c.held);
+        // Asking takes no hold: the file can be taken right after.
+        if (!c.held)
+            EXPECT_EQ(tryToLock(other), QByteArray("locked"));
+    }
+    // This process's own store counts too: the lock is per open file.
+    EXPECT_TRUE(DataFileLock::isHeldElsewhere(dataFilePath()));
+    // Asking creates nothing.
+    EXPECT_FALSE(DataFileLock::isHeldElsewhere(dataFilePath() + QStringLiteral(".never")));
+    EXPECT_FALSE(QFileInfo::exists(DataFileLock::lockFilePath(dataFilePath() + QStringLiteral(".never"))));
 }
 
 } // namespace
