@@ -146,8 +146,9 @@ TEST(DesktopRequested, LinksAndFilesStartTheDesktopAndEverythingElseIsACommand)
         DataFolderOverride folder;
         QStringList uris;
         EXPECT_EQ(desktopRequested(QStringList{QStringLiteral("vyro")} + c.arguments, folder, uris), c.desktop);
-        if (c.desktop)
+        if (c.desktop) {
             EXPECT_EQ(uris, c.uris);
+        }
     }
 }
 

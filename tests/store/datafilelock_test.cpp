@@ -192,8 +192,9 @@ TEST_F(DataFileLockTest, HeldElsewhereAnswersForEveryStateOfTheLockFile)
         c.arrange();
         EXPECT_EQ(DataFileLock::isHeldElsewhere(other), c.held);
         // Asking takes no hold: the file can be taken right after.
-        if (!c.held)
+        if (!c.held) {
             EXPECT_EQ(tryToLock(other), QByteArray("locked"));
+        }
     }
     // This process's own store counts too: the lock is per open file.
     EXPECT_TRUE(DataFileLock::isHeldElsewhere(dataFilePath()));
