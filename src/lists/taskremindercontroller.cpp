@@ -1,0 +1,194 @@
+#include "lists/taskremindercontroller.h"
+
+#include "app/preferencedefaults.h"
+#include "app/preferences.h"
+#include "lists/listhost.h"
+#include "model/dateanchors.h"
+#include "model/modelenvironment.h"
+#include "model/task.h"
+#include "store/objectcontext.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace {
+
+// A long wait is cut into steps, so a suspended machine or a changed system clock is noticed within
+// this time of resuming.
+constexpr qint64 kLongestWaitMs = 60 * 60 * 1000;
+
+const QString kReminderName = QStringLiteral("VyroTaskReminder");
+
+} // namespace
+
+TaskReminderController::TaskReminderController(ObjectContext& store, Preferences& preferences, Post post, QObject* parent)
+    : QObject(parent), m_store(store), m_preferences(preferences), m_post(std::move(post))
+{
+    m_taskEntity = store.model().entity(u"task");
+    m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    connect(&m_timer, &QTimer::timeout, this, &TaskReminderController::check);
+}
+
+TaskReminderController::~TaskReminderController() = default;
+
+QDateTime TaskReminderController::now() const
+{
+    return ModelEnvironment::of(m_store).now();
+}
+
+int TaskReminderController::hour() const
+{
+    const QVariant stored = m_preferences.objectForKey(PreferenceKey::reminderHourForDueDates);
+    return stored.isValid() ? std::clamp(stored.toInt(), 0, 23) : 9;
+}
+
+QDateTime TaskReminderController::reminderMoment(const Task& task, int hour)
+{
+    if (task.isDeleted() || task.done() || task.archived())
+        return {};
+    const QDateTime due = task.dueDate();
+    if (!due.isValid())
+        return {};
+    const QDateTime local = due.toLocalTime();
+    if (local == local.date().startOfDay())
+        return DateAnchors::localDateTime(local.date(), QTime(hour, 0));
+    return local;
+}
+
+void TaskReminderController::start()
+{
+    const QDateTime current = now();
+    const QDateTime last = QDateTime::fromString(m_preferences.stringForKey(PreferenceKey::lastReminderCheck), Qt::ISODateWithMs);
+    m_started = true;
+    connect(&m_store, &ObjectContext::objectsDidChange, this, &TaskReminderController::storeChanged, Qt::UniqueConnection);
+    if (!last.isValid() || last > current) {
+        remember(current);
+        scanForNext();
+        return;
+    }
+    m_lastCheck = last;
+    std::vector<Task*> missed;
+    const int h = hour();
+    for (const auto& owned : m_store.records(*m_taskEntity)) {
+        auto* task = static_cast<Task*>(owned.get());
+        const QDateTime moment = reminderMoment(*task, h);
+        if (moment.isValid() && moment > m_lastCheck && moment <= current) {
+            missed.push_back(task);
+            m_reminded[task] = moment.toMSecsSinceEpoch();
+        }
+    }
+    if (missed.size() == 1)
+        m_post({QStringLiteral("Task due"), missed.front()->name(), kReminderName, QString(), 0, false, missed.front()->uri()});
+    else if (!missed.empty())
+        postSummary(missed, QStringLiteral("%1 tasks fell due while Vyro was not running").arg(missed.size()));
+    remember(current);
+    scanForNext();
+}
+
+void TaskReminderController::check()
+{
+    if (!m_started)
+        return;
+    const QDateTime current = now();
+    if (current < m_lastCheck) {
+        // The clock went back: nothing in between has been reminded of twice, start the span again.
+        remember(current);
+        scanForNext();
+        return;
+    }
+    std::vector<Task*> due;
+    const int h = hour();
+    for (const auto& owned : m_store.records(*m_taskEntity)) {
+        auto* task = static_cast<Task*>(owned.get());
+        const QDateTime moment = reminderMoment(*task, h);
+        if (!moment.isValid() || moment <= m_lastCheck || moment > current)
+            continue;
+        const qint64 ms = moment.toMSecsSinceEpoch();
+        auto found = m_reminded.find(task);
+        if (found != m_reminded.end() && found->second == ms)
+            continue;
+        m_reminded[task] = ms;
+        due.push_back(task);
+    }
+    std::sort(due.begin(), due.end(), [h](Task* a, Task* b) { return reminderMoment(*a, h) < reminderMoment(*b, h); });
+    if (int(due.size()) > kSeparateReminders) {
+        postSummary(due, QStringLiteral("%1 tasks are due").arg(due.size()));
+    } else {
+        for (Task* task : due)
+            m_post({QStringLiteral("Task due"), task->name(), kReminderName, QString(), 0, false, task->uri()});
+    }
+    remember(current);
+    scanForNext();
+}
+
+void TaskReminderController::reschedule()
+{
+    if (m_started)
+        scanForNext();
+}
+
+void TaskReminderController::postSummary(const std::vector<Task*>& tasks, const QString& title)
+{
+    constexpr int kNamesShown = 5;
+    QStringList names;
+    for (Task* task : tasks) {
+        if (names.size() == kNamesShown) {
+            names << QStringLiteral("…");
+            break;
+        }
+        names << task->name();
+    }
+    // A click opens the first of them; the others are beside it in the due list.
+    m_post({title, names.join(QLatin1Char('\n')), kReminderName, QString(), 0, false, tasks.front()->uri()});
+}
+
+void TaskReminderController::remember(const QDateTime& checked)
+{
+    m_lastCheck = checked;
+    m_preferences.setString(PreferenceKey::lastReminderCheck, checked.toString(Qt::ISODateWithMs));
+}
+
+void TaskReminderController::scanForNext()
+{
+    m_next = {};
+    const int h = hour();
+    for (const auto& owned : m_store.records(*m_taskEntity)) {
+        const QDateTime moment = reminderMoment(*static_cast<Task*>(owned.get()), h);
+        if (moment.isValid() && moment > m_lastCheck && (!m_next.isValid() || moment < m_next))
+            m_next = moment;
+    }
+    arm();
+}
+
+void TaskReminderController::storeChanged(const ChangeBatch& batch)
+{
+    const QDateTime before = m_next;
+    for (Record* record : batch.inserted)
+        consider(record);
+    for (Record* record : batch.updated)
+        consider(record);
+    // A task done, deleted or moved away from the nearest moment leaves the timer early; that firing
+    // finds nothing and looks again.
+    if (m_next != before)
+        arm();
+}
+
+void TaskReminderController::consider(Record* record)
+{
+    if (&record->entity() != m_taskEntity)
+        return;
+    const QDateTime moment = reminderMoment(*static_cast<Task*>(record), hour());
+    if (moment.isValid() && moment > m_lastCheck && (!m_next.isValid() || moment < m_next))
+        m_next = moment;
+}
+
+void TaskReminderController::arm()
+{
+    if (!m_next.isValid()) {
+        m_timer.stop();
+        return;
+    }
+    const qint64 wait = std::clamp<qint64>(now().msecsTo(m_next), 0, kLongestWaitMs);
+    m_timer.start(std::chrono::milliseconds(wait));
+}
