@@ -17,6 +17,7 @@ class MainWindowController;
 class Preferences;
 class PreferencesWindow;
 class Task;
+class TaskReminderController;
 
 // The running desktop program: the start-up sequence in its fixed order, the activation rules, the two
 // timers and the quit sequence. It owns the preferences, the data and the main window for the run.
@@ -62,7 +63,11 @@ public:
     // A click on one of our notifications, with the notification's click context (a task's URI or empty).
     void notificationWasClicked(const QString& clickContext);
 
+    // Hides the windows into the tray when the session shows one, else minimises the main window.
+    void hideApplication();
+
     MainWindowController* mainWindowController() const { return m_window.get(); }
+    TaskReminderController* reminders() const { return m_reminders.get(); }
     CoreData_AppDelegate& appDelegate() const { return *m_delegate; }
     Preferences& preferences() const { return *m_preferences; }
     HideApplicationTimerController& hideTimer() const { return *m_hideTimer; }
@@ -70,7 +75,6 @@ public:
 
 private:
     void showPreferences(bool quickTags);
-    void hideApplication();
     // The Inbox's open tasks to the badge.
     void updateBadge();
     void reportFirstPaint();
@@ -85,6 +89,7 @@ private:
     std::unique_ptr<MainWindowController> m_window;
     std::unique_ptr<HideApplicationTimerController> m_hideTimer;
     std::unique_ptr<AutoSaveTimerController> m_autoSaveTimer;
+    std::unique_ptr<TaskReminderController> m_reminders;
     PreferencesWindow* m_preferencesWindow = nullptr;
     bool m_quitting = false;
 };

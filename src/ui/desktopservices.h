@@ -4,7 +4,12 @@
 
 #include <QObject>
 
+#include <memory>
+
 class DesktopApplication;
+class DesktopNotifier;
+class LauncherBadge;
+class TrayIcon;
 
 // The desktop session's services for the running program: global hot keys, the tray and its menus, the
 // launcher badge and the notifications. Each piece is chosen once, by what the session offers, and the
@@ -16,13 +21,24 @@ public:
     ~DesktopServices() override;
 
     // The application the hot keys, the tray and the notification clicks act on; set before it starts.
-    void attach(DesktopApplication& application) { m_application = &application; }
+    void attach(DesktopApplication& application);
 
     void registerHotKeys(const Preferences& preferences) override;
+    // The tray item shown or taken away by "showStatusBarItem": turned off and on again it is a new one.
     void buildStatusMenus() override;
+    // The launcher's count and the tray icon's number, both following "showBadge".
     void updateBadge(int inboxCount) override;
     void resetBadge() override;
+    bool hidesIntoTray() const override;
+    void postNotification(const DesktopNotification& notification) override;
+
+    TrayIcon* trayIcon() const { return m_tray.get(); }
 
 private:
     DesktopApplication* m_application = nullptr;
+    std::unique_ptr<DesktopNotifier> m_notifier;
+    std::unique_ptr<LauncherBadge> m_badge;
+    std::unique_ptr<TrayIcon> m_tray;
+    int m_count = 0;
+    bool m_noTrayLogged = false;
 };
