@@ -150,6 +150,9 @@ QIcon TrayIcon::iconWithCount(const QIcon& base, int count)
     if (pixmap.isNull()) {
         pixmap = QPixmap(kSide, kSide);
         pixmap.fill(Qt::transparent);
+    } else if (pixmap.width() != kSide) {
+        // An icon with only small sizes: the number is drawn at the full size all the same.
+        pixmap = pixmap.scaled(kSide, kSide, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     }
     pixmap.setDevicePixelRatio(1.0);
     const QString text = count > 99 ? QStringLiteral("99+") : QString::number(count);
