@@ -7,9 +7,12 @@
 #include "model/modelenvironment.h"
 #include "model/task.h"
 #include "store/objectcontext.h"
+#include "store/value.h"
 
 #include <algorithm>
 #include <chrono>
+#include <limits>
+#include <optional>
 
 namespace {
 
@@ -18,6 +21,21 @@ namespace {
 constexpr qint64 kLongestWaitMs = 60 * 60 * 1000;
 
 const QString kReminderName = QStringLiteral("VyroTaskReminder");
+
+// A date-only due date is the start of its day, and its reminder comes at most a day later (a day of a
+// clock change is 25 hours long). So a task due this long before a moment cannot be reminded of after
+// it, and one due after a moment cannot be reminded of before it: passes over the store read the raw
+// due time first and convert to local time, which is slow, only for the tasks near the span they look at.
+constexpr qint64 kLongestDayMs = 26LL * 60 * 60 * 1000;
+
+// The due time in milliseconds since the epoch, or nullopt without one.
+std::optional<qint64> dueMSecs(const Task& task)
+{
+    const Value& due = task.primitiveValue(Task::Attr::dueDate);
+    if (due.kind() != Value::Kind::Date)
+        return std::nullopt;
+    return due.dateMSecs();
+}
 
 } // namespace
 
@@ -70,8 +88,13 @@ void TaskReminderController::start()
     m_lastCheck = last;
     std::vector<Task*> missed;
     const int h = hour();
+    const qint64 from = m_lastCheck.toMSecsSinceEpoch();
+    const qint64 to = current.toMSecsSinceEpoch();
     for (const auto& owned : m_store.records(*m_taskEntity)) {
         auto* task = static_cast<Task*>(owned.get());
+        const std::optional<qint64> due = dueMSecs(*task);
+        if (!due || *due > to || *due + kLongestDayMs <= from)
+            continue;
         const QDateTime moment = reminderMoment(*task, h);
         if (moment.isValid() && moment > m_lastCheck && moment <= current) {
             missed.push_back(task);
@@ -99,8 +122,13 @@ void TaskReminderController::check()
     }
     std::vector<Task*> due;
     const int h = hour();
+    const qint64 from = m_lastCheck.toMSecsSinceEpoch();
+    const qint64 to = current.toMSecsSinceEpoch();
     for (const auto& owned : m_store.records(*m_taskEntity)) {
         auto* task = static_cast<Task*>(owned.get());
+        const std::optional<qint64> dueMs = dueMSecs(*task);
+        if (!dueMs || *dueMs > to || *dueMs + kLongestDayMs <= from)
+            continue;
         const QDateTime moment = reminderMoment(*task, h);
         if (!moment.isValid() || moment <= m_lastCheck || moment > current)
             continue;
@@ -153,10 +181,20 @@ void TaskReminderController::scanForNext()
 {
     m_next = {};
     const int h = hour();
+    const qint64 from = m_lastCheck.toMSecsSinceEpoch();
+    qint64 nearest = std::numeric_limits<qint64>::max();
     for (const auto& owned : m_store.records(*m_taskEntity)) {
-        const QDateTime moment = reminderMoment(*static_cast<Task*>(owned.get()), h);
-        if (moment.isValid() && moment > m_lastCheck && (!m_next.isValid() || moment < m_next))
+        auto* task = static_cast<Task*>(owned.get());
+        const std::optional<qint64> due = dueMSecs(*task);
+        // A reminder never comes before its due time: a task due after the nearest moment found so far
+        // cannot come nearer.
+        if (!due || *due + kLongestDayMs <= from || *due >= nearest)
+            continue;
+        const QDateTime moment = reminderMoment(*task, h);
+        if (moment.isValid() && moment > m_lastCheck && moment.toMSecsSinceEpoch() < nearest) {
+            nearest = moment.toMSecsSinceEpoch();
             m_next = moment;
+        }
     }
     arm();
 }
