@@ -116,11 +116,12 @@ void TrayIcon::refreshMenu()
                     QDesktopServices::openUrl(entry.url);
                     return;
                 }
+                // The window first: the new task is shown with its name being edited.
+                window->bringAppToFront();
                 ObjectContext& store = window->views().store();
                 store.processPendingChanges();
                 chooseStatusMenuEntry(window->views(), entry);
                 store.processPendingChanges();
-                window->bringAppToFront();
             });
         }
         menu->setEnabled(!entries.empty());

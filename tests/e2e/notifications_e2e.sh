@@ -19,8 +19,8 @@ for tool in xvfb-run openbox xdotool dbus-run-session dbus-monitor gdbus "$py"; 
         exit 77
     fi
 done
-if ! "$py" -c 'import dbus, dbusmock' 2>/dev/null; then
-    echo "SKIP: python3-dbus or python3-dbusmock is missing"
+if ! "$py" -c 'import dbus, dbusmock, gi' 2>/dev/null; then
+    echo "SKIP: python3-dbus, python3-gi or python3-dbusmock is missing"
     exit 77
 fi
 
@@ -50,7 +50,7 @@ data=$work/data
 ini=$XDG_CONFIG_HOME/com.quendar.Vyro.ini
 debuglog=$XDG_DATA_HOME/Vyro/debug.log
 badges=$work/badges.txt
-vyro_pid= wm_pid= mock_pid= monitor_pid=
+vyro_pid= wm_pid= mock_pid= monitor_pid= watcher_pid=
 step_no=0
 
 say() { printf '%s\n' "$*"; }
@@ -60,12 +60,12 @@ step() {
 }
 save_evidence() {
     mkdir -p "$out"
-    for f in "$debuglog" "$ini" "$badges" "$work/vyro.out" "$work/mock.out" "$work/calls.txt"; do
+    for f in "$debuglog" "$ini" "$badges" "$work/vyro.out" "$work/mock.out" "$work/calls.txt" "$work/watcher.out"; do
         [[ -f $f ]] && cp "$f" "$out/"
     done
 }
 cleanup() {
-    for pid in $vyro_pid $monitor_pid $mock_pid $wm_pid; do
+    for pid in $vyro_pid $monitor_pid $mock_pid $watcher_pid $wm_pid; do
         kill "$pid" 2>/dev/null
     done
     wait 2>/dev/null
@@ -199,5 +199,32 @@ say "    ok: Work selected in the contexts view"
 step "quitting clears the launcher count"
 tail -n 8 "$badges" | grep -q 'int64 0' || fail "no Update with count 0 at quit"
 say "    ok"
+
+step "with a tray host the program shows a tray item, and a click on it hides and shows the window"
+"$py" "$(dirname "$0")/statusnotifierwatcher.py" >"$work/watcher.out" 2>&1 &
+watcher_pid=$!
+wait_for 10 "the tray host" gdbus introspect --session --dest org.kde.StatusNotifierWatcher --object-path /StatusNotifierWatcher
+no_tray_before=$(grep -c 'No system tray' "$debuglog")
+start_vyro
+wait_for 10 "the tray item to register" grep -q '^registered' "$work/watcher.out"
+read -r _ sender service < <(grep '^registered' "$work/watcher.out" | head -n 1)
+# An item may register by its object path alone; it is then reached at the sender's name.
+[[ $service == /* ]] && service=$sender
+[[ $(grep -c 'No system tray' "$debuglog") == "$no_tray_before" ]] || fail "the program logged no tray although a tray host runs"
+window_shown() { xdotool search --onlyvisible --name '^Vyro$' >/dev/null 2>&1; }
+window_hidden() { ! window_shown; }
+activate_item() {
+    gdbus call --session --dest "$service" --object-path /StatusNotifierItem \
+        --method org.kde.StatusNotifierItem.Activate 0 0 >/dev/null || fail "could not activate the tray item"
+}
+activate_item
+wait_for 10 "the window to hide into the tray" window_hidden
+alive || fail "vyro ended when its window hid"
+activate_item
+wait_for 10 "the window to come back" window_shown
+say "    ok: registered as $service; hidden and shown again"
+main_window=$(xdotool search --onlyvisible --name '^Vyro$' | head -n 1)
+quit_vyro
+kill "$watcher_pid" 2>/dev/null
 
 say "PASS: notifications end-to-end run"
