@@ -202,22 +202,31 @@ void TaskReminderController::scanForNext()
 void TaskReminderController::storeChanged(const ChangeBatch& batch)
 {
     const QDateTime before = m_next;
+    const QDateTime current = now();
     for (Record* record : batch.inserted)
-        consider(record);
+        consider(record, current);
     for (Record* record : batch.updated)
-        consider(record);
+        consider(record, current);
     // A task done, deleted or moved away from the nearest moment leaves the timer early; that firing
     // finds nothing and looks again.
     if (m_next != before)
         arm();
 }
 
-void TaskReminderController::consider(Record* record)
+void TaskReminderController::consider(Record* record, const QDateTime& current)
 {
     if (&record->entity() != m_taskEntity)
         return;
-    const QDateTime moment = reminderMoment(*static_cast<Task*>(record), hour());
-    if (moment.isValid() && moment > m_lastCheck && (!m_next.isValid() || moment < m_next))
+    auto* task = static_cast<Task*>(record);
+    const QDateTime moment = reminderMoment(*task, hour());
+    if (!moment.isValid() || moment <= m_lastCheck)
+        return;
+    if (moment <= current) {
+        // Given a due time that has passed already: the user knows, the next check stays quiet.
+        m_reminded[task] = moment.toMSecsSinceEpoch();
+        return;
+    }
+    if (!m_next.isValid() || moment < m_next)
         m_next = moment;
 }
 

@@ -21,7 +21,8 @@ struct DesktopNotification;
 //
 // A reminder is given once per task and due moment: the moments that fall in the span since the last
 // check ("lastReminderCheck", kept in the preferences across runs) are the ones reminded of. So a due date
-// moved later reminds again when the new moment comes, and one moved into the past does not. At start the
+// moved later reminds again when the new moment comes, and one set or moved into the past does not (nor
+// does a task changed while its moment has passed unchecked, as after a suspended machine). At start the
 // moments that fell while the program was not running give one summary; the first run ever reminds of
 // nothing it finds already due.
 //
@@ -54,7 +55,7 @@ private:
     int hour() const;
     void scanForNext();
     void storeChanged(const ChangeBatch& batch);
-    void consider(Record* record);
+    void consider(Record* record, const QDateTime& current);
     void arm();
     void remember(const QDateTime& checked);
     void postSummary(const std::vector<Task*>& tasks, const QString& title);

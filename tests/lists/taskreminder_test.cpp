@@ -4,6 +4,8 @@
 #include "lists/taskremindercontroller.h"
 #include "store/objectcontext.h"
 
+#include <QCoreApplication>
+
 #include <memory>
 
 // The fixture's clock stands at Sunday 22 November 2026, 10:30 local time.
@@ -19,6 +21,11 @@ protected:
     }
     TaskReminderController& reminders()
     {
+        // The controller's timer needs an application object; the tests never run its event loop.
+        static int argc = 1;
+        static char name[] = "lists_tests";
+        static char* argv[] = {name, nullptr};
+        static QCoreApplication app(argc, argv);
         context->processPendingChanges();
         if (!controller) {
             controller = std::make_unique<TaskReminderController>(*context, *prefs, [this](const DesktopNotification& n) { posted.push_back(n); });
@@ -100,6 +107,11 @@ TEST_F(TaskReminderTest, ChangedDueDatesAndStatesMoveTheNextMoment)
     context->processPendingChanges();
     EXPECT_EQ(checkAt({at(22, 12), at(22, 16)}), QStringList{QStringLiteral("22 16:00 call")}) << "moved later: reminds again; done: never";
     EXPECT_FALSE(reminders().nextMoment().isValid());
+
+    setNow(at(22, 17));
+    dueTask(QStringLiteral("set into the past"), at(22, 16, 30));
+    context->processPendingChanges();
+    EXPECT_TRUE(checkAt({at(22, 17, 1)}).isEmpty()) << "a due time given after it passed";
 
     prefs->setInteger(PreferenceKey::reminderHourForDueDates, 18);
     dueTask(QStringLiteral("dateOnly"), QDate(2026, 11, 22).startOfDay());
