@@ -86,21 +86,7 @@ void TaskReminderController::start()
         return;
     }
     m_lastCheck = last;
-    std::vector<Task*> missed;
-    const int h = hour();
-    const qint64 from = m_lastCheck.toMSecsSinceEpoch();
-    const qint64 to = current.toMSecsSinceEpoch();
-    for (const auto& owned : m_store.records(*m_taskEntity)) {
-        auto* task = static_cast<Task*>(owned.get());
-        const std::optional<qint64> due = dueMSecs(*task);
-        if (!due || *due > to || *due + kLongestDayMs <= from)
-            continue;
-        const QDateTime moment = reminderMoment(*task, h);
-        if (moment.isValid() && moment > m_lastCheck && moment <= current) {
-            missed.push_back(task);
-            m_reminded[task] = moment.toMSecsSinceEpoch();
-        }
-    }
+    const std::vector<Task*> missed = takeDue(current);
     if (missed.size() == 1)
         m_post({QStringLiteral("Task due"), missed.front()->name(), kReminderName, QString(), 0, false, missed.front()->uri()});
     else if (!missed.empty())
@@ -115,12 +101,26 @@ void TaskReminderController::check()
         return;
     const QDateTime current = now();
     if (current < m_lastCheck) {
-        // The clock went back: nothing in between has been reminded of twice, start the span again.
+        // The clock went back: the span starts again from here. What was reminded of before is not
+        // repeated when its moment comes round again.
         remember(current);
         scanForNext();
         return;
     }
-    std::vector<Task*> due;
+    const std::vector<Task*> due = takeDue(current);
+    if (int(due.size()) > kSeparateReminders) {
+        postSummary(due, QStringLiteral("%1 tasks are due").arg(due.size()));
+    } else {
+        for (Task* task : due)
+            m_post({QStringLiteral("Task due"), task->name(), kReminderName, QString(), 0, false, task->uri()});
+    }
+    remember(current);
+    scanForNext();
+}
+
+std::vector<Task*> TaskReminderController::takeDue(const QDateTime& current)
+{
+    std::vector<std::pair<qint64, Task*>> due;
     const int h = hour();
     const qint64 from = m_lastCheck.toMSecsSinceEpoch();
     const qint64 to = current.toMSecsSinceEpoch();
@@ -133,21 +133,20 @@ void TaskReminderController::check()
         if (!moment.isValid() || moment <= m_lastCheck || moment > current)
             continue;
         const qint64 ms = moment.toMSecsSinceEpoch();
-        auto found = m_reminded.find(task);
-        if (found != m_reminded.end() && found->second == ms)
-            continue;
-        m_reminded[task] = ms;
-        due.push_back(task);
+        auto [found, added] = m_reminded.try_emplace(task, ms);
+        if (!added) {
+            if (found->second == ms)
+                continue;
+            found->second = ms;
+        }
+        due.emplace_back(ms, task);
     }
-    std::sort(due.begin(), due.end(), [h](Task* a, Task* b) { return reminderMoment(*a, h) < reminderMoment(*b, h); });
-    if (int(due.size()) > kSeparateReminders) {
-        postSummary(due, QStringLiteral("%1 tasks are due").arg(due.size()));
-    } else {
-        for (Task* task : due)
-            m_post({QStringLiteral("Task due"), task->name(), kReminderName, QString(), 0, false, task->uri()});
-    }
-    remember(current);
-    scanForNext();
+    std::stable_sort(due.begin(), due.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::vector<Task*> tasks;
+    tasks.reserve(due.size());
+    for (const auto& [ms, task] : due)
+        tasks.push_back(task);
+    return tasks;
 }
 
 void TaskReminderController::reschedule()

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <unordered_map>
+#include <vector>
 
 class EntityDescription;
 class ObjectContext;
@@ -53,6 +54,9 @@ public:
 private:
     QDateTime now() const;
     int hour() const;
+    // The open tasks whose moments lie after the last check and not after `current`, leaving out those
+    // already reminded of at that moment, in the order of their moments; marked as reminded of.
+    std::vector<Task*> takeDue(const QDateTime& current);
     void scanForNext();
     void storeChanged(const ChangeBatch& batch);
     void consider(Record* record, const QDateTime& current);
