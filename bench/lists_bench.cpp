@@ -3,7 +3,8 @@
 // context of about 2,000 tasks in the contexts view (sorted by name, and in the user's own order), and
 // the to-complete view with the "All tasks" smart folder (the open tasks, about three quarters of the
 // store) sorted by due date. Then, in that to-complete view with an observer: one task changed, from the
-// setter to the list's reported steps, and every task of the view selected.
+// setter to the list's reported steps, and every task of the view selected. Last, the due-task reminders
+// over the whole store.
 //
 //   vyro_lists_bench [--tasks=N] [benchmark flags]
 
@@ -18,6 +19,7 @@
 #include "lists/listobserver.h"
 #include "lists/smartfoldersarraycontroller.h"
 #include "lists/tabviewcontroller.h"
+#include "lists/taskremindercontroller.h"
 #include "lists/tasktablestate.h"
 #include "model/context.h"
 #include "model/datamodel.h"
@@ -26,6 +28,7 @@
 #include "model/task.h"
 #include "store/objectcontext.h"
 
+#include <QCoreApplication>
 #include <QTemporaryDir>
 
 #include <array>
@@ -189,6 +192,56 @@ void BM_ToCompleteSelectAll(benchmark::State& state)
     list->setSelectedObjects({});
 }
 BENCHMARK(BM_ToCompleteSelectAll)->Unit(benchmark::kMillisecond);
+
+// The reminders over the whole store: the pass a timer firing makes (every task's due moment read, the
+// due ones reminded of, the next moment found), and one task's due date changed with the reminders
+// watching, which looks at the changed task only.
+TaskReminderController* reminders(benchmark::State& state)
+{
+    static int argc = 1;
+    static char name[] = "vyro_lists_bench";
+    static char* argv[] = {name, nullptr};
+    static QCoreApplication app(argc, argv); // for the controller's timer
+    static std::unique_ptr<TaskReminderController> controller;
+    Fixture* f = fixture(state);
+    if (!f)
+        return nullptr;
+    if (!controller) {
+        controller = std::make_unique<TaskReminderController>(*f->store, *f->preferences, [](const DesktopNotification&) {});
+        controller->start();
+    }
+    return controller.get();
+}
+
+void BM_RemindersCheck(benchmark::State& state)
+{
+    TaskReminderController* controller = reminders(state);
+    if (!controller)
+        return;
+    for (auto _ : state) {
+        controller->check();
+        benchmark::DoNotOptimize(controller->nextMoment());
+    }
+}
+BENCHMARK(BM_RemindersCheck)->Unit(benchmark::kMillisecond);
+
+void BM_RemindersOneTaskChanged(benchmark::State& state)
+{
+    TaskReminderController* controller = reminders(state);
+    if (!controller)
+        return;
+    ObjectContext& store = *g_fixture->store;
+    Task* task = static_cast<Task*>(store.allObjects(QStringLiteral("task")).front());
+    const QDateTime now = QDateTime::currentDateTime();
+    const QDateTime dates[2] = {now.addSecs(3600), now.addSecs(7200)};
+    int flip = 0;
+    for (auto _ : state) {
+        task->setDueDate(dates[flip ^= 1]);
+        store.processPendingChanges();
+    }
+    benchmark::DoNotOptimize(controller->nextMoment());
+}
+BENCHMARK(BM_RemindersOneTaskChanged)->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

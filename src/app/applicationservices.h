@@ -3,6 +3,7 @@
 #include <QString>
 
 class Preferences;
+struct DesktopNotification;
 
 // The steps of start-up, activation and quit that belong to the desktop session and to the exchange
 // with other machines: global hot keys, the status menu and badge, the cloud-disk copy, the backups and
@@ -18,6 +19,10 @@ public:
     virtual void buildStatusMenus() {}
     virtual void updateBadge(int /*inboxCount*/) {}
     virtual void resetBadge() {}
+    // Whether hiding the program can hide its windows into a tray item the user sees (else it minimises).
+    virtual bool hidesIntoTray() const { return false; }
+    // A notice for the desktop's notification service; the window's status line shows it as well.
+    virtual void postNotification(const DesktopNotification&) {}
     // Before the data file is opened, when the cloud-disk copy is on.
     virtual void downloadDataFromCloudDisk(const QString& /*dataFilePath*/) {}
     // After the store opened.

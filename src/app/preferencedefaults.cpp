@@ -139,7 +139,10 @@ constexpr PreferenceKeyInfo keyTable[] = {
     noDefault("quickTag6"_L1, PreferenceType::StringList),
     noDefault("quickTag7"_L1, PreferenceType::StringList),
     noDefault("quickTag8"_L1, PreferenceType::StringList),
-    noDefault("quickTag9"_L1, PreferenceType::StringList),};
+    noDefault("quickTag9"_L1, PreferenceType::StringList),
+    numberDefault(PreferenceKey::reminderHourForDueDates, PreferenceType::Integer, PreferenceDefaultKind::PerKey, 9),
+    noDefault(PreferenceKey::lastReminderCheck, PreferenceType::String),
+};
 
 void writeDefault(Preferences& preferences, const PreferenceKeyInfo& key)
 {

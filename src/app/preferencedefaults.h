@@ -115,7 +115,10 @@ inline constexpr QLatin1StringView currentAppToVyroMailTags2SupportEnabled{"curr
 inline constexpr QLatin1StringView currentAppToVyroMailTags2UseNoteAsTaskName{"currentAppToVyroMailTags2UseNoteAsTaskName"};
 inline constexpr QLatin1StringView lastExportType{"lastExportType"};
 inline constexpr QLatin1StringView lastExportFilePath{"lastExportFilePath"};
-inline constexpr QLatin1StringView lastDownloadPromptForVersion{"lastDownloadPromptForVersion"};} // namespace PreferenceKey
+inline constexpr QLatin1StringView lastDownloadPromptForVersion{"lastDownloadPromptForVersion"};
+inline constexpr QLatin1StringView reminderHourForDueDates{"reminderHourForDueDates"};
+inline constexpr QLatin1StringView lastReminderCheck{"lastReminderCheck"};
+} // namespace PreferenceKey
 
 inline constexpr int quickTagCount = 9;
 // "quickTag1" … "quickTag9"; number runs from 1 to quickTagCount.

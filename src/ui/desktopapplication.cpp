@@ -14,9 +14,11 @@
 #include "lists/contexttasksarraycontroller.h"
 #include "lists/projectarraycontroller.h"
 #include "lists/tabviewcontroller.h"
+#include "lists/taskremindercontroller.h"
 #include "model/context.h"
 #include "model/modelenvironment.h"
 #include "platform/applicationbus.h"
+#include "model/task.h"
 #include "platform/displaycheck.h"
 #include "platform/instanceclient.h"
 #include "ui/desktopbushandler.h"
@@ -25,12 +27,14 @@
 #include "store/objectcontext.h"
 #include "ui/dialogs.h"
 #include "ui/firstpaint.h"
+#include "ui/foldertreeview.h"
 #include "ui/icons.h"
 #include "ui/mainwindow.h"
 #include "ui/mainwindowcontroller.h"
 #include "ui/preferenceswindow.h"
 #include "ui/quickaddwindow.h"
 #include "ui/quicktypeinwindow.h"
+#include "ui/tasktableview.h"
 
 #include <QApplication>
 #include <QMessageBox>
@@ -58,7 +62,8 @@ DesktopApplication::DesktopApplication(DataFolderOverride dataFolder, Applicatio
 
 DesktopApplication::~DesktopApplication()
 {
-    // The window observes the store the delegate owns.
+    // The window and the reminders observe the store the delegate owns.
+    m_reminders.reset();
     delete m_preferencesWindow;
     m_quickAdd.reset();
     m_quickTypeIn.reset();
@@ -117,6 +122,11 @@ bool DesktopApplication::applicationDidFinishLaunching()
             applicationDidResignActive();
     });
     m_autoSaveTimer->activateTimer();
+    m_reminders = std::make_unique<TaskReminderController>(store, *m_preferences, [this](const DesktopNotification& notice) {
+        if (m_window)
+            m_window->postNotification(notice);
+    });
+    m_reminders->start();
     // The other views' lists are arranged once the window is on screen, so switching is immediate.
     afterFirstPaint(this, [this] {
         if (m_window)
@@ -275,7 +285,22 @@ void DesktopApplication::openVyroLinkAndSwitchToItem(const QString& text)
         ::openVyroLinkAndSwitchToItem(m_window->views(), text);
 }
 
-void DesktopApplication::notificationWasClicked(const QString&) {}
+void DesktopApplication::notificationWasClicked(const QString& clickContext)
+{
+    if (!m_window || clickContext.isEmpty())
+        return;
+    m_window->bringAppToFront();
+    Record* record = m_delegate->managedObjectContext().objectWithURI(clickContext);
+    if (!record || record->isDeleted() || record->entity().name() != QLatin1String("task"))
+        return;
+    auto* task = static_cast<Task*>(record);
+    if (!task->parentContext())
+        return;
+    m_window->views().contextController().switchToGivenContext(task->parentContext(), task, true);
+    if (FolderTreeView* tree = m_window->folderPane(TaskView::Contexts))
+        tree->showListSelection();
+    m_window->table(TaskView::Contexts).showListSelection();
+}
 
 void DesktopApplication::updateBadge()
 {
@@ -285,9 +310,16 @@ void DesktopApplication::updateBadge()
 
 void DesktopApplication::hideApplication()
 {
-    // Without a tray to hide into, hiding the program means minimising its window.
-    if (m_window)
+    if (!m_window)
+        return;
+    // Without a tray to come back from, a hidden window could not be found again: it is minimised.
+    if (m_services->hidesIntoTray()) {
+        for (QWidget* window : QApplication::topLevelWidgets())
+            if (window->isVisible() && window->isWindow())
+                window->hide();
+    } else {
         m_window->window().showMinimized();
+    }
 }
 
 void DesktopApplication::showPreferences(bool quickTags)
@@ -300,7 +332,7 @@ void DesktopApplication::showPreferences(bool quickTags)
         };
         services.currentDataFilePath = [this] { return m_delegate->currentDataFilePath(); };
         services.rebuildStatusMenu = [this] { m_services->buildStatusMenus(); };
-        services.rebuildQuickTagsMenu = [this] { m_services->buildStatusMenus(); };
+        services.rebuildQuickTagsMenu = [this] { m_window->rebuildQuickTagsMenu(); };
         services.updateBadge = [this] { updateBadge(); };
         services.askQuestion = [this](const QString& title, const QString& text, const QString& yes, const QString& no) {
             return m_dialogs->confirm(&m_window->window(), title, text, yes, no);
@@ -309,6 +341,12 @@ void DesktopApplication::showPreferences(bool quickTags)
         connect(m_preferencesWindow, &PreferencesWindow::preferenceChanged, this, [this](const QString& key) {
             if (key.endsWith(QLatin1String("KeyboardShortcut")))
                 m_services->registerHotKeys(*m_preferences);
+            if (key == QLatin1String("showStatusBarItem"))
+                m_services->buildStatusMenus();
+            if (key == QLatin1String("showBadge"))
+                updateBadge();
+            if (key == QLatin1String("reminderHourForDueDates") && m_reminders)
+                m_reminders->reschedule();
             if (key == QLatin1String("autoSave") || key == QLatin1String("autoSaveAfterMinutes")) {
                 m_autoSaveTimer->stopTimer();
                 m_autoSaveTimer->activateTimer();

@@ -19,6 +19,7 @@ class PreferencesWindow;
 class QuickAddWindow;
 class QuickTypeInWindow;
 class Task;
+class TaskReminderController;
 
 // The running desktop program: the start-up sequence in its fixed order, the activation rules, the two
 // timers and the quit sequence. It owns the preferences, the data and the main window for the run.
@@ -64,10 +65,14 @@ public:
     // A click on one of our notifications, with the notification's click context (a task's URI or empty).
     void notificationWasClicked(const QString& clickContext);
 
+    // Hides the windows into the tray when the session shows one, else minimises the main window.
+    void hideApplication();
+
     MainWindowController* mainWindowController() const { return m_window.get(); }
     // The entry windows once shown; nullptr before.
     QuickAddWindow* quickAddWindow() const { return m_quickAdd.get(); }
     QuickTypeInWindow* quickTypeInWindow() const { return m_quickTypeIn.get(); }
+    TaskReminderController* reminders() const { return m_reminders.get(); }
     CoreData_AppDelegate& appDelegate() const { return *m_delegate; }
     Preferences& preferences() const { return *m_preferences; }
     HideApplicationTimerController& hideTimer() const { return *m_hideTimer; }
@@ -75,7 +80,6 @@ public:
 
 private:
     void showPreferences(bool quickTags);
-    void hideApplication();
     // The Inbox's open tasks to the badge.
     void updateBadge();
     void reportFirstPaint();
@@ -90,6 +94,7 @@ private:
     std::unique_ptr<MainWindowController> m_window;
     std::unique_ptr<HideApplicationTimerController> m_hideTimer;
     std::unique_ptr<AutoSaveTimerController> m_autoSaveTimer;
+    std::unique_ptr<TaskReminderController> m_reminders;
     PreferencesWindow* m_preferencesWindow = nullptr;
     std::unique_ptr<QuickAddWindow> m_quickAdd;
     std::unique_ptr<QuickTypeInWindow> m_quickTypeIn;

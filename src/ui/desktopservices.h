@@ -10,6 +10,9 @@
 class DesktopApplication;
 class GlobalHotKeys;
 struct HotKey;
+class DesktopNotifier;
+class LauncherBadge;
+class TrayIcon;
 
 // The desktop session's services for the running program: global hot keys, the tray and its menus, the
 // launcher badge and the notifications. Each piece is chosen once, by what the session offers, and the
@@ -21,16 +24,22 @@ public:
     ~DesktopServices() override;
 
     // The application the hot keys, the tray and the notification clicks act on; set before it starts.
-    void attach(DesktopApplication& application) { m_application = &application; }
+    void attach(DesktopApplication& application);
 
     // Ids 1 capture, 2 quick add, 3 quick type-in; each replaces what the last call registered.
     void registerHotKeys(const Preferences& preferences) override;
     // The hot keys the preferences ask for, by id; a key code of 0 or less, or one without a key, is left
     // out.
     static QList<HotKey> hotKeysFromPreferences(const Preferences& preferences);
+    // The tray item shown or taken away by "showStatusBarItem": turned off and on again it is a new one.
     void buildStatusMenus() override;
+    // The launcher's count and the tray icon's number, both following "showBadge".
     void updateBadge(int inboxCount) override;
     void resetBadge() override;
+    bool hidesIntoTray() const override;
+    void postNotification(const DesktopNotification& notification) override;
+
+    TrayIcon* trayIcon() const { return m_tray.get(); }
 
 private:
     void hotKeyPressed(int id);
@@ -38,4 +47,9 @@ private:
     DesktopApplication* m_application = nullptr;
     // Chosen at the first registration, when the application object exists.
     std::unique_ptr<GlobalHotKeys> m_hotKeys;
+    std::unique_ptr<DesktopNotifier> m_notifier;
+    std::unique_ptr<LauncherBadge> m_badge;
+    std::unique_ptr<TrayIcon> m_tray;
+    int m_count = 0;
+    bool m_noTrayLogged = false;
 };

@@ -8,6 +8,7 @@
 #include "lists/projectarraycontroller.h"
 #include "lists/smartfoldersarraycontroller.h"
 #include "lists/tabviewcontroller.h"
+#include "lists/statusmenucontent.h"
 #include "lists/taskcommands.h"
 #include "lists/tasksarraycontroller.h"
 #include "model/task.h"
@@ -246,11 +247,9 @@ void MainWindowController::buildMenus()
     task->addSeparator();
     addAction(task, QStringLiteral("performCleanUpAction"), QStringLiteral("Clean Up Completed Tasks"), QKeySequence(QStringLiteral("Ctrl+Alt+K")),
               [this, &v] { v.performCleanUpAction(); showListChanges(); });
-    QMenu* quickTags = task->addMenu(QStringLiteral("Quick Tags"));
-    quickTags->setObjectName(QStringLiteral("quickTagsMenu"));
-    for (int n = 1; n <= 9; ++n)
-        addAction(quickTags, QStringLiteral("performQuickTagAction%1").arg(n), QStringLiteral("Apply Quick Tag %1").arg(n),
-                  QKeySequence(QStringLiteral("Alt+%1").arg(n)), [this, n] { performQuickTagAction(n); });
+    m_quickTagsMenu = task->addMenu(QStringLiteral("Quick Tags"));
+    m_quickTagsMenu->setObjectName(QStringLiteral("quickTagsMenu"));
+    rebuildQuickTagsMenu();
 
     // View
     QMenu* view = bar->addMenu(QStringLiteral("&View"));
@@ -342,4 +341,21 @@ void MainWindowController::buildMenus()
                            QStringLiteral("<h3>Vyro %1</h3><p>A next-action task manager for the Linux desktop.</p>")
                                .arg(QCoreApplication::applicationVersion()));
     });
+}
+
+void MainWindowController::rebuildQuickTagsMenu()
+{
+    for (int n = 1; n <= 9; ++n) {
+        if (QAction* old = m_actions.take(QStringLiteral("performQuickTagAction%1").arg(n)))
+            delete old;
+    }
+    // The filled quick tags, ascending, above the menu's other items (there are none yet).
+    QAction* first = m_quickTagsMenu->actions().value(0);
+    for (const QuickTagMenuItem& item : quickTagMenuItems(m_preferences)) {
+        QAction* action = addAction(nullptr, QStringLiteral("performQuickTagAction%1").arg(item.number), item.title,
+                                    QKeySequence(QStringLiteral("Alt+%1").arg(item.number)),
+                                    [this, n = item.number] { performQuickTagAction(n); });
+        m_quickTagsMenu->insertAction(first, action);
+    }
+    m_quickTagsMenu->setEnabled(!m_quickTagsMenu->actions().isEmpty());
 }

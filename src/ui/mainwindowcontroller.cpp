@@ -406,7 +406,9 @@ bool MainWindowController::confirm(const QString& title, const QString& text, co
 
 void MainWindowController::postNotification(const DesktopNotification& notification)
 {
+    // The status line tells of it too: without a notification service it is all the user sees.
     m_status->updateStatusTo(notification.description.isEmpty() ? notification.title : notification.description);
+    m_services.postNotification(notification);
 }
 
 // ---- state kept across runs

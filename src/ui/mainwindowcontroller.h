@@ -91,6 +91,8 @@ public:
     void performFindInAllFoldersAction();
     void performFindTagAction(const QString& tag);
     void performQuickTagAction(int number);
+    // The quick-tags menu from the preferences: one item per filled quick tag.
+    void rebuildQuickTagsMenu();
 
     // ListHost
     void showView(TaskView view) override;
@@ -141,6 +143,7 @@ private:
     StatusLabelController* m_status = nullptr;
     TaskDetailPane* m_detail = nullptr;
     QStackedWidget* m_stack = nullptr;
+    QMenu* m_quickTagsMenu = nullptr;
     QSplitter* m_mainSplitter = nullptr;
     std::array<QSplitter*, kTaskViewCount> m_viewSplitters{};
     std::array<TaskTableView*, kTaskViewCount> m_tables{};

@@ -112,6 +112,11 @@ QWidget* PreferencesWindow::buildGeneralTab()
     warn->addWidget(integerSpin(Key::displayRedIconForInboxWithMoreTasksThan, tr("Inbox warning count"), 1, 9999, tr(" tasks")));
     warn->addStretch(1);
     form->addRow(warn);
+    auto* remind = new QHBoxLayout;
+    remind->addWidget(new QLabel(tr("Remind of tasks due on a day without a time at")));
+    remind->addWidget(integerSpin(Key::reminderHourForDueDates, tr("Reminder hour for due dates"), 0, 23, tr(" h")));
+    remind->addStretch(1);
+    form->addRow(remind);
 
     m_colourButton = new QToolButton;
     m_colourButton->setObjectName(u"backgroundColorForTables"_s);

@@ -137,7 +137,10 @@ std::span<const ExpectedKey> expectedKeys()
         {"quickTag6", PreferenceType::StringList, PreferenceDefaultKind::None, QVariant()},
         {"quickTag7", PreferenceType::StringList, PreferenceDefaultKind::None, QVariant()},
         {"quickTag8", PreferenceType::StringList, PreferenceDefaultKind::None, QVariant()},
-        {"quickTag9", PreferenceType::StringList, PreferenceDefaultKind::None, QVariant()},    };
+        {"quickTag9", PreferenceType::StringList, PreferenceDefaultKind::None, QVariant()},
+        {"reminderHourForDueDates", PreferenceType::Integer, PreferenceDefaultKind::PerKey, QVariant(9)},
+        {"lastReminderCheck", PreferenceType::String, PreferenceDefaultKind::None, QVariant()},
+    };
     return keys;
 }
 

@@ -1,0 +1,230 @@
+#!/usr/bin/env bash
+# Notices, reminders and the launcher count end to end: the real `vyro` under a virtual X server and a
+# private session bus, with python-dbusmock as the notification service and dbus-monitor listening for
+# the launcher's count; checked through the service's record of calls, the debug log and the
+# preferences file.
+#
+#   notifications_e2e.sh VYRO_BINARY [OUTPUT_DIR]
+#
+# Exit status: 0 passed, 1 failed, 77 skipped (a tool is missing).
+set -u
+
+vyro=${1:?usage: $0 VYRO_BINARY [OUTPUT_DIR]}
+out=${2:-$PWD/notifications_e2e-output}
+py=/usr/bin/python3
+
+for tool in xvfb-run openbox xdotool dbus-run-session dbus-monitor gdbus "$py"; do
+    if ! command -v "$tool" >/dev/null 2>&1; then
+        echo "SKIP: $tool is not installed"
+        exit 77
+    fi
+done
+if ! "$py" -c 'import dbus, dbusmock, gi' 2>/dev/null; then
+    echo "SKIP: python3-dbus, python3-gi or python3-dbusmock is missing"
+    exit 77
+fi
+
+# ---- outside: a private home and bus, a virtual screen; this script again inside them
+if [[ -z "${VYRO_E2E_WORK:-}" ]]; then
+    vyro=$(cd "$(dirname "$vyro")" && pwd)/$(basename "$vyro")
+    work=$(mktemp -d "${TMPDIR:-/tmp}/vyro-notices.XXXXXX")
+    mkdir -p "$work/home" "$work/data-home" "$work/config" "$work/runtime" "$work/data" "$out"
+    chmod 700 "$work/runtime"
+    env -u DBUS_SESSION_BUS_ADDRESS -u WAYLAND_DISPLAY \
+        VYRO_E2E_WORK="$work" HOME="$work/home" XDG_DATA_HOME="$work/data-home" XDG_CONFIG_HOME="$work/config" \
+        XDG_RUNTIME_DIR="$work/runtime" QT_QPA_PLATFORM=xcb QT_STYLE_OVERRIDE=Fusion QT_SCALE_FACTOR=1 \
+        LC_ALL=C.UTF-8 TZ=UTC \
+        dbus-run-session -- xvfb-run -a -s "-screen 0 1280x800x24" "$0" "$vyro" "$out"
+    status=$?
+    if [[ $status -eq 0 ]]; then
+        rm -rf "$work"
+    else
+        echo "the run's files stay in $work"
+    fi
+    exit $status
+fi
+
+# ---- inside: DISPLAY is the virtual screen, DBUS_SESSION_BUS_ADDRESS the private bus
+work=$VYRO_E2E_WORK
+data=$work/data
+ini=$XDG_CONFIG_HOME/com.quendar.Vyro.ini
+debuglog=$XDG_DATA_HOME/Vyro/debug.log
+badges=$work/badges.txt
+vyro_pid= wm_pid= mock_pid= monitor_pid= watcher_pid=
+step_no=0
+
+say() { printf '%s\n' "$*"; }
+step() {
+    step_no=$((step_no + 1))
+    say "[$step_no] $*"
+}
+save_evidence() {
+    mkdir -p "$out"
+    for f in "$debuglog" "$ini" "$badges" "$work/vyro.out" "$work/mock.out" "$work/calls.txt" "$work/watcher.out"; do
+        [[ -f $f ]] && cp "$f" "$out/"
+    done
+}
+cleanup() {
+    for pid in $vyro_pid $monitor_pid $mock_pid $watcher_pid $wm_pid; do
+        kill "$pid" 2>/dev/null
+    done
+    wait 2>/dev/null
+}
+trap cleanup EXIT
+fail() {
+    say "FAIL: $*"
+    save_evidence
+    exit 1
+}
+wait_for() {
+    local seconds=$1 what=$2
+    shift 2
+    local tries=$((seconds * 10))
+    while ((tries-- > 0)); do
+        "$@" >/dev/null 2>&1 && return 0
+        sleep 0.1
+    done
+    fail "timed out after ${seconds}s waiting for $what"
+}
+
+alive() { kill -0 "$vyro_pid" 2>/dev/null; }
+not_alive() { ! alive; }
+main_window=
+start_vyro() {
+    "$vyro" --data-dir "$data" >>"$work/vyro.out" 2>&1 &
+    vyro_pid=$!
+    main_window=$(timeout 30 xdotool search --sync --onlyvisible --name '^Vyro$' | head -n 1)
+    [[ -n $main_window ]] || fail "no window named Vyro within 30s"
+}
+focus_is() { [[ $(xdotool getwindowfocus 2>/dev/null) == "$1" ]] || [[ $(xdotool getactivewindow 2>/dev/null) == "$1" ]]; }
+quit_vyro() {
+    timeout 10 xdotool windowactivate --sync "$main_window" >/dev/null 2>&1
+    wait_for 10 "the main window to have the focus" focus_is "$main_window"
+    sleep 0.5
+    xdotool key ctrl+q
+    wait_for 20 "vyro to end after Ctrl+Q" not_alive
+    wait "$vyro_pid"
+    local status=$?
+    vyro_pid=
+    [[ $status -eq 0 ]] || fail "vyro ended with status $status"
+}
+pref() { sed -n "s/^$1=//p" "$ini" | head -n 1; }
+
+# The notices the mock service was given, one line each: "number<TAB>kind<TAB>summary<TAB>body". The
+# mock numbers its notices from 1 in the order they came.
+notices() {
+    "$py" - <<'PY'
+import dbus
+bus = dbus.SessionBus()
+mock = dbus.Interface(bus.get_object("org.freedesktop.Notifications", "/org/freedesktop/Notifications"),
+                      "org.freedesktop.DBus.Mock")
+n = 0
+for _, method, args in mock.GetCalls():
+    if method != "Notify":
+        continue
+    n += 1
+    app, _, _, summary, body, actions, hints, _ = args
+    print(f"{n}\t{hints.get('x-vyro-kind', '')}\t{summary}\t{body}\t{app}\t{','.join(actions)}\t{hints.get('desktop-entry', '')}")
+PY
+}
+has_notice() { notices >"$work/calls.txt" 2>/dev/null; grep -q -- "$1" "$work/calls.txt"; }
+
+openbox --sm-disable >"$work/openbox.out" 2>&1 &
+wm_pid=$!
+wait_for 10 "the window manager" xdotool get_num_desktops
+
+step "prepare: a Work context, two Inbox tasks and a task in Work due in a few seconds"
+due=$(date -u -d "+25 seconds" +%Y-%m-%dT%H:%M:%SZ)
+"$vyro" --data-dir "$data" load - >/dev/null <<JSON || fail "vyro load"
+{"contexts": [{"uri": "work", "name": "Work"}],
+ "tasks": [{"uri": "r", "name": "Reminded task", "parentContext": "work", "dueDate": "$due",
+            "done": false, "cleanedUp": false, "archived": false}]}
+JSON
+"$vyro" --data-dir "$data" add "First in the Inbox" >/dev/null || fail "vyro add"
+"$vyro" --data-dir "$data" add "Second in the Inbox" >/dev/null || fail "vyro add"
+
+step "without a notification service the program starts and says so once"
+start_vyro
+sleep 1
+alive || fail "vyro did not keep running without a notification service"
+quit_vyro
+lines=$(grep -c 'No notification service' "$debuglog")
+[[ $lines -eq 1 ]] || fail "expected one line about the missing notification service, found $lines"
+say "    ok: one log line, and the program ran"
+
+step "start the mock notification service and the launcher listener"
+"$py" -m dbusmock --template notification_daemon >"$work/mock.out" 2>&1 &
+mock_pid=$!
+wait_for 10 "the mock notification service" gdbus introspect --session --dest org.freedesktop.Notifications --object-path /org/freedesktop/Notifications
+dbus-monitor --session "type='signal',interface='com.canonical.Unity.LauncherEntry',member='Update'" >"$badges" 2>&1 &
+monitor_pid=$!
+sleep 0.5
+
+step "start vyro: the launcher count is the Inbox's"
+start_vyro
+wait_for 10 "a launcher Update" grep -q 'application://com.quendar.Vyro.desktop' "$badges"
+wait_for 5 "the count 2" grep -q 'int64 2' "$badges"
+grep -A3 '"count-visible"' "$badges" | grep -q 'boolean true' || fail "the count is not shown (count-visible)"
+say "    ok: Update carries count 2, visible"
+
+step "a task added without the window posts \"Task added to Vyro\""
+if gdbus introspect --session --dest com.quendar.Vyro --object-path /com/quendar/Vyro 2>/dev/null | grep -q NewInboxTask; then
+    sed -i 's/^showGUIForQSActions=.*//' "$ini"
+    gdbus call --session --dest com.quendar.Vyro --object-path /com/quendar/Vyro \
+        --method com.quendar.Vyro.NewInboxTask "{'name': <'From the bus'>}" >/dev/null || fail "NewInboxTask"
+    wait_for 10 "the new-task notice" has_notice $'VyroNewTaskAdded\tTask added to Vyro'
+    say "    ok: posted"
+else
+    say "    skipped: this build offers no NewInboxTask on the bus"
+fi
+
+step "the task due at $due is reminded of"
+wait_for 60 "the reminder" has_notice $'VyroTaskReminder\t[^\t]*\tReminded task'
+line=$(grep $'VyroTaskReminder\t[^\t]*\tReminded task' "$work/calls.txt" | head -n 1)
+id=${line%%$'\t'*}
+[[ $line == *$'\tVyro\t'*default*$'\tcom.quendar.Vyro' ]] || fail "the notice lacks the app name, the default action or the desktop entry: $line"
+say "    ok: notice $id names the task"
+
+step "a click on the reminder (ActionInvoked $id, default) shows the task in Work"
+gdbus call --session --dest org.freedesktop.Notifications --object-path /org/freedesktop/Notifications \
+    --method org.freedesktop.DBus.Mock.EmitSignal org.freedesktop.Notifications ActionInvoked us \
+    "[<uint32 $id>, <'default'>]" >/dev/null || fail "could not emit ActionInvoked"
+sleep 1
+quit_vyro
+work_uri=$("$vyro" --data-dir "$data" dump | "$py" -c 'import json,sys; print([c["uri"] for c in json.load(sys.stdin)["contexts"] if c["name"]=="Work"][0])')
+[[ $(pref lastSelectedContextObjectID) == *"$work_uri"* ]] || fail "the selected context is '$(pref lastSelectedContextObjectID)', expected Work ($work_uri)"
+[[ $(pref tabIndexLastUsed) == 0 ]] || fail "the last view is '$(pref tabIndexLastUsed)', expected the contexts view"
+say "    ok: Work selected in the contexts view"
+
+step "quitting clears the launcher count"
+tail -n 8 "$badges" | grep -q 'int64 0' || fail "no Update with count 0 at quit"
+say "    ok"
+
+step "with a tray host the program shows a tray item, and a click on it hides and shows the window"
+"$py" "$(dirname "$0")/statusnotifierwatcher.py" >"$work/watcher.out" 2>&1 &
+watcher_pid=$!
+wait_for 10 "the tray host" gdbus introspect --session --dest org.kde.StatusNotifierWatcher --object-path /StatusNotifierWatcher
+no_tray_before=$(grep -c 'No system tray' "$debuglog")
+start_vyro
+wait_for 10 "the tray item to register" grep -q '^registered' "$work/watcher.out"
+read -r _ sender service < <(grep '^registered' "$work/watcher.out" | head -n 1)
+# An item may register by its object path alone; it is then reached at the sender's name.
+[[ $service == /* ]] && service=$sender
+[[ $(grep -c 'No system tray' "$debuglog") == "$no_tray_before" ]] || fail "the program logged no tray although a tray host runs"
+window_shown() { xdotool search --onlyvisible --name '^Vyro$' >/dev/null 2>&1; }
+window_hidden() { ! window_shown; }
+activate_item() {
+    gdbus call --session --dest "$service" --object-path /StatusNotifierItem \
+        --method org.kde.StatusNotifierItem.Activate 0 0 >/dev/null || fail "could not activate the tray item"
+}
+activate_item
+wait_for 10 "the window to hide into the tray" window_hidden
+alive || fail "vyro ended when its window hid"
+activate_item
+wait_for 10 "the window to come back" window_shown
+say "    ok: registered as $service; hidden and shown again"
+main_window=$(xdotool search --onlyvisible --name '^Vyro$' | head -n 1)
+quit_vyro
+kill "$watcher_pid" 2>/dev/null
+
+say "PASS: notifications end-to-end run"
