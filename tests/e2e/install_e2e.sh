@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The install step: `cmake --install` into a temporary prefix gives a launcher entry that the desktop's
-# validators accept, that handles "vyro:" links and offers the two entry windows as actions, a bus
+# service that names the installed binary and starts it when the name is called, the icon in the hicolor theme
 # service that names the installed binary, the icon in the hicolor theme and the software-centre file.
 #
 #   install_e2e.sh VYRO_BINARY [OUTPUT_DIR]     (the build folder is the one VYRO_BINARY was built in)
@@ -58,6 +58,25 @@ update-desktop-database "$share/applications" || fail "update-desktop-database f
 handlers=$(env -u XDG_DATA_HOME XDG_DATA_DIRS="$share" XDG_CONFIG_HOME="$out/config" XDG_CONFIG_DIRS="$out/config" \
     gio mime x-scheme-handler/vyro 2>&1)
 grep -q "com.quendar.Vyro.desktop" <<<"$handlers" || fail "no handler of vyro: links: $handlers"
+
+# Bus activation: a call to the name starts the installed program from the service file, which then
+# answers it (here: the quick type-in action). Needs a private bus and a virtual screen.
+if command -v dbus-run-session >/dev/null && command -v xvfb-run >/dev/null && command -v gdbus >/dev/null; then
+    mkdir -p "$out/home" "$out/runtime" && chmod 700 "$out/runtime"
+    activation=$(env -u DBUS_SESSION_BUS_ADDRESS -u WAYLAND_DISPLAY HOME="$out/home" XDG_RUNTIME_DIR="$out/runtime" \
+        XDG_DATA_HOME="$out/data-home" XDG_CONFIG_HOME="$out/config" XDG_DATA_DIRS="$share:/usr/share" \
+        QT_QPA_PLATFORM=xcb LC_ALL=C.UTF-8 \
+        xvfb-run -a dbus-run-session -- bash -c '
+            gdbus call --session --timeout 60 --dest com.quendar.Vyro --object-path /com/quendar/Vyro \
+                --method org.freedesktop.Application.ActivateAction quick-type-in "[]" "{}" >/dev/null || exit 1
+            pid=$(gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
+                --method org.freedesktop.DBus.GetConnectionUnixProcessID com.quendar.Vyro | sed -E "s/.* ([0-9]+).*/\1/")
+            readlink "/proc/$pid/exe"
+            kill "$pid"' 2>"$out/activation.log")
+    [[ $activation == "$prefix/bin/vyro" ]] || fail "the bus did not start the installed program (got \"$activation\"; see $out/activation.log)"
+else
+    echo "the bus activation check is left out: dbus-run-session, xvfb-run or gdbus is missing"
+fi
 
 if [[ $failures -ne 0 ]]; then
     echo "$failures check(s) failed"
