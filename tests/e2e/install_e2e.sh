@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The install step: `cmake --install` into a temporary prefix gives a launcher entry that the desktop's
-# service that names the installed binary and starts it when the name is called, the icon in the hicolor theme
-# service that names the installed binary, the icon in the hicolor theme and the software-centre file.
+# validators accept, that handles "vyro:" links and offers the two entry windows as actions, a bus
+# service that starts the installed binary when the name is called (as launchers do), the icon in the
+# hicolor theme and the software-centre file.
 #
 #   install_e2e.sh VYRO_BINARY [OUTPUT_DIR]     (the build folder is the one VYRO_BINARY was built in)
 #
