@@ -95,6 +95,13 @@ bool DesktopApplication::applicationDidFinishLaunching()
     // The window and its lists: the toolbar, the last used view.
     m_window = std::make_unique<MainWindowController>(*m_delegate, *m_preferences, *m_services, *m_dialogs);
     m_window->setQuitHandler([this] { quit(); });
+    // With a tray to come back from, closing the window only hides the program, which goes on working.
+    m_window->setCloseHandler([this] {
+        if (m_services->hidesIntoTray())
+            hideApplication();
+        else
+            quit();
+    });
     m_window->setSaveHandler([this] { saveAction(); });
     m_window->setPreferencesHandler([this](bool quickTags) { showPreferences(quickTags); });
     m_window->setQuickEntryHandlers([this] { showQuickAddWindow(); }, [this] { showQuickTypeInWindow(); });

@@ -58,7 +58,9 @@ MainWindowController::MainWindowController(CoreData_AppDelegate& delegate, Prefe
     m_window = std::make_unique<MainWindow>();
     m_window->setWindowIcon(vyroIcon(QStringLiteral("vyro")));
     m_window->setCloseHandler([this] {
-        if (m_quit)
+        if (m_close)
+            m_close();
+        else if (m_quit)
             m_quit();
         return false; // the quit sequence closes the window itself when it goes ahead
     });

@@ -72,6 +72,8 @@ public:
 
     // The quit command and the window's close button go here; the application runs the quit sequence.
     void setQuitHandler(std::function<void()> quit) { m_quit = std::move(quit); }
+    // The window's close button; without a handler it quits.
+    void setCloseHandler(std::function<void()> close) { m_close = std::move(close); }
     void setSaveHandler(std::function<void()> save) { m_save = std::move(save); }
     // Opens the preferences window (true: at its quick-tags tab).
     void setPreferencesHandler(std::function<void(bool)> show) { m_preferencesHandler = std::move(show); }
@@ -155,6 +157,7 @@ private:
     QPointer<ArchivingSheet> m_archivingSheet;
     QPointer<SmartFolderPropertiesDialog> m_smartFolderProperties;
     std::function<void()> m_quit;
+    std::function<void()> m_close;
     std::function<void()> m_save;
     std::function<void(bool)> m_preferencesHandler;
     std::function<void()> m_quickAdd;

@@ -223,6 +223,14 @@ alive || fail "vyro ended when its window hid"
 activate_item
 wait_for 10 "the window to come back" window_shown
 say "    ok: registered as $service; hidden and shown again"
+# With the tray there, the window's close button hides the program instead of ending it.
+# (Alt+F4 is the window manager's close: the window is asked to close, as by its title bar's button.)
+xdotool windowactivate --sync "$(xdotool search --onlyvisible --name '^Vyro$' | head -n 1)" key alt+F4
+wait_for 10 "the closed window to hide into the tray" window_hidden
+alive || fail "vyro ended when its window was closed although a tray is there"
+activate_item
+wait_for 10 "the window to come back after closing" window_shown
+say "    ok: closing the window hides it into the tray"
 main_window=$(xdotool search --onlyvisible --name '^Vyro$' | head -n 1)
 quit_vyro
 kill "$watcher_pid" 2>/dev/null
