@@ -259,7 +259,12 @@ void DesktopApplication::showQuickTypeInWindow()
     m_quickTypeIn->toggle();
 }
 
-void DesktopApplication::addAppContentToVyro() {}
+void DesktopApplication::addAppContentToVyro()
+{
+    // The capture scripts that ask the front application for its item are not part of this program yet;
+    // the hot key and the command are in place for them and say so in the log.
+    logLine(QStringLiteral("Capture from the front application: no capture scripts are installed"));
+}
 
 void DesktopApplication::getUrl(const QString& url)
 {
