@@ -3,9 +3,9 @@
 #include "app/preferencedefaults.h"
 #include "app/preferences.h"
 #include "app/virtualkeys.h"
-#include "platform/globalhotkeys.h"
 #include "lists/listhost.h"
 #include "platform/desktopnotifier.h"
+#include "platform/globalhotkeys.h"
 #include "platform/launcherbadge.h"
 #include "store/log.h"
 #include "ui/desktopapplication.h"
@@ -51,6 +51,7 @@ void DesktopServices::hotKeyPressed(int id)
     default: break;
     }
 }
+
 void DesktopServices::attach(DesktopApplication& application)
 {
     m_application = &application;
@@ -61,7 +62,6 @@ void DesktopServices::attach(DesktopApplication& application)
             m_application->notificationWasClicked(context);
     });
 }
-
 
 void DesktopServices::buildStatusMenus()
 {
