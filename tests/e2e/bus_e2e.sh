@@ -3,101 +3,24 @@
 # the Inbox, links), a second start handing over, the command line carried out by the program while it
 # holds the data file, and malformed requests answered without harm.
 #
-#   bus_e2e.sh VYRO_BINARY [OUTPUT_DIR]
-#
-# Exit status: 0 passed, 1 failed, 77 skipped (a tool is missing). On failure the output folder gets the
-# debug log and the program's output.
+#   bus_e2e.sh VYRO_BINARY [OUTPUT_DIR]     (exit status and evidence: see e2elib.sh)
 set -u
+. "$(dirname "$0")/e2elib.sh"
+e2e_needs gdbus
+e2e_needs_python dbus
+e2e_enter "$@"
 
-vyro=${1:?usage: $0 VYRO_BINARY [OUTPUT_DIR]}
-out=${2:-$PWD/bus_e2e-output}
-py=/usr/bin/python3
-
-for tool in xvfb-run openbox xdotool dbus-run-session gdbus; do
-    if ! command -v "$tool" >/dev/null 2>&1; then
-        echo "SKIP: $tool is not installed"
-        exit 77
-    fi
-done
-if ! "$py" -c 'import dbus' 2>/dev/null; then
-    echo "SKIP: $py has no dbus module"
-    exit 77
-fi
-
-# ---- outside: a private home and bus, a virtual screen; this script again inside them
-if [[ -z "${VYRO_E2E_WORK:-}" ]]; then
-    vyro=$(cd "$(dirname "$vyro")" && pwd)/$(basename "$vyro")
-    work=$(mktemp -d "${TMPDIR:-/tmp}/vyro-bus-e2e.XXXXXX")
-    mkdir -p "$work/home" "$work/data-home" "$work/config" "$work/runtime" "$work/data" "$work/alone" "$out"
-    chmod 700 "$work/runtime"
-    env -u DBUS_SESSION_BUS_ADDRESS -u WAYLAND_DISPLAY \
-        VYRO_E2E_WORK="$work" HOME="$work/home" XDG_DATA_HOME="$work/data-home" XDG_CONFIG_HOME="$work/config" \
-        XDG_RUNTIME_DIR="$work/runtime" QT_QPA_PLATFORM=xcb QT_STYLE_OVERRIDE=Fusion LC_ALL=C.UTF-8 TZ=UTC \
-        dbus-run-session -- xvfb-run -a -s "-screen 0 1280x800x24" "$0" "$vyro" "$out"
-    status=$?
-    if [[ $status -eq 0 || $status -eq 77 ]]; then
-        rm -rf "$work"
-    else
-        echo "the run's files stay in $work"
-    fi
-    exit $status
-fi
-
-# ---- inside: DISPLAY is the virtual screen, DBUS_SESSION_BUS_ADDRESS the private bus
-work=$VYRO_E2E_WORK
-data=$work/data
 alone=$work/alone
-debuglog=$XDG_DATA_HOME/Vyro/debug.log
-vyro_pid=
-wm_pid=
-step_no=0
-
-say() { printf '%s\n' "$*"; }
-step() {
-    step_no=$((step_no + 1))
-    say "[$step_no] $*"
-}
-fail() {
-    say "FAIL: $*"
-    mkdir -p "$out"
-    [[ -f $debuglog ]] && cp "$debuglog" "$out/debug.log"
-    [[ -f $work/vyro.out ]] && cp "$work/vyro.out" "$out/vyro.out"
-    exit 1
-}
-cleanup() {
-    [[ -n $vyro_pid ]] && kill "$vyro_pid" 2>/dev/null
-    [[ -n $wm_pid ]] && kill "$wm_pid" 2>/dev/null
-    wait 2>/dev/null
-}
-trap cleanup EXIT
-
-wait_for() {
-    local seconds=$1 what=$2
-    shift 2
-    local tries=$((seconds * 10))
-    while ((tries-- > 0)); do
-        "$@" >/dev/null 2>&1 && return 0
-        sleep 0.1
-    done
-    fail "timed out after ${seconds}s waiting for $what"
-}
-alive() { kill -0 "$vyro_pid" 2>/dev/null; }
+mkdir -p "$alone"
 answers() { gdbus call --session --dest com.quendar.Vyro --object-path /com/quendar/Vyro \
     --method org.freedesktop.Application.Activate '{}' >/dev/null 2>&1; }
-window_up() { xdotool search --onlyvisible --name '^Vyro$' >/dev/null 2>&1; }
 
-# run NAME ARGS...: the command line against the data file in $data; output in $work/NAME.{out,err,status}.
+# run NAME DATA_DIR ARGS...: the command line against DATA_DIR ($data, which the program holds, or
+# $alone, which no program holds); output in $work/NAME.{out,err,status}.
 run() {
-    local name=$1
-    shift
-    "$vyro" --data-dir "$data" "$@" >"$work/$name.out" 2>"$work/$name.err"
-    echo $? >"$work/$name.status"
-}
-# alone NAME ARGS...: the same on $alone, which no program holds.
-alone() {
-    local name=$1
-    shift
-    "$vyro" --data-dir "$alone" "$@" >"$work/$name.out" 2>"$work/$name.err"
+    local name=$1 dir=$2
+    shift 2
+    "$vyro" --data-dir "$dir" "$@" >"$work/$name.out" 2>"$work/$name.err"
     echo $? >"$work/$name.status"
 }
 status_of() { cat "$work/$1.status"; }
@@ -141,14 +64,9 @@ PY
 }
 
 # ---- the program
-step "start the window manager and vyro"
-openbox --sm-disable >"$work/openbox.out" 2>&1 &
-wm_pid=$!
-wait_for 10 "the window manager" xdotool get_num_desktops
-"$vyro" --data-dir "$data" >>"$work/vyro.out" 2>&1 &
-vyro_pid=$!
+start_wm
+start_vyro
 wait_for 30 "the program on the bus" answers
-wait_for 30 "the main window" window_up
 
 step "a second start hands its link over and ends with 0"
 timeout 20 "$vyro" --data-dir "$data" "vyro://nowhere/task/p999" >>"$work/vyro.out" 2>&1
@@ -159,8 +77,8 @@ alive || fail "the first program ended after a plain second start"
 say "    ok"
 
 step "the command line goes through the program"
-run add add 'Buy milk : two litres !'
-alone add-alone add 'Buy milk : two litres !'
+run add "$data" add 'Buy milk : two litres !'
+run add-alone "$alone" add 'Buy milk : two litres !'
 [[ $(status_of add) -eq 0 ]] || fail "forwarded add failed: $(cat "$work/add.err")"
 [[ $(status_of add-alone) -eq 0 ]] || fail "add on a free data file failed: $(cat "$work/add-alone.err")"
 "$py" - "$work/add.out" "$work/add-alone.out" <<'PY' || fail "forwarded add prints another shape"
@@ -173,16 +91,16 @@ if set(a) != set(b) or ka != kb:
     sys.exit(f"{a}\n{b}")
 PY
 say "    ok: add prints the same task as when run alone"
-run list list --view contexts --json
-alone list-alone list --view contexts --json
+run list "$data" list --view contexts --json
+run list-alone "$alone" list --view contexts --json
 [[ $(status_of list) -eq 0 ]] || fail "forwarded list failed: $(cat "$work/list.err")"
 cmp -s <("$py" -c 'import json,sys; d=json.load(open(sys.argv[1])); print(sorted(d) if isinstance(d,dict) else type(d))' "$work/list.out") \
        <("$py" -c 'import json,sys; d=json.load(open(sys.argv[1])); print(sorted(d) if isinstance(d,dict) else type(d))' "$work/list-alone.out") \
     || fail "forwarded list differs in shape"
 grep -q 'Buy milk' "$work/list.out" || fail "the forwarded list lacks the added task"
 say "    ok: list"
-run dump dump
-alone dump-alone dump
+run dump "$data" dump
+run dump-alone "$alone" dump
 [[ $(status_of dump) -eq 0 ]] || fail "forwarded dump failed"
 "$py" - "$work/dump.out" "$work/dump-alone.out" <<'PY' || fail "forwarded dump differs in shape"
 import json, sys
@@ -191,8 +109,8 @@ if sorted(a) != sorted(b) or [t["name"] for t in a["tasks"]] != [t["name"] for t
     sys.exit(f"{sorted(a)} {sorted(b)}")
 PY
 say "    ok: dump"
-run bad set 'x-coredata://nowhere/task/p1' 'name=x'
-alone bad-alone set 'x-coredata://nowhere/task/p1' 'name=x'
+run bad "$data" set 'x-coredata://nowhere/task/p1' 'name=x'
+run bad-alone "$alone" set 'x-coredata://nowhere/task/p1' 'name=x'
 [[ $(status_of bad) -ne 0 && $(status_of bad) -eq $(status_of bad-alone) ]] || fail "a failing command's status: $(status_of bad) vs $(status_of bad-alone)"
 cmp -s "$work/bad.err" "$work/bad-alone.err" || fail "a failing command's message: $(cat "$work/bad.err") vs $(cat "$work/bad-alone.err")"
 say "    ok: a failing command's status and message"
@@ -292,7 +210,7 @@ answers || fail "no program answers after quick-type-in started one"
 vyro_pid=$(gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
     --method org.freedesktop.DBus.GetConnectionUnixProcessID com.quendar.Vyro | sed 's/.* \([0-9]*\),.*/\1/')
 [[ -n $vyro_pid ]] || fail "no process for the started program"
-run after add 'After the restart'
+run after "$data" add 'After the restart'
 [[ $(status_of after) -eq 0 ]] || fail "add to the started program: $(cat "$work/after.err")"
 kill -TERM "$vyro_pid"
 vyro_pid=
