@@ -124,45 +124,16 @@ echo '{"tasks": [{"uri": "t-in", "name": "From stdin"}]}' | "$vyro" --data-dir "
 say "    ok: load of a relative path and of standard input"
 
 step "requests of other programs"
+# How a request becomes a task is the capture layer's and its tests'; here each call reaches the program.
 mkdir -p "$work/files"
 echo x >"$work/files/notes.txt"
-# A plain name makes a task in any build that has the capture paths; a build without them answers ""
-# to everything, and the checks of what they make are not run (the script then ends as skipped).
-capture_missing=0
-probe=$(gdbus call --session --dest com.quendar.Vyro --object-path /com/quendar/Vyro \
-    --method com.quendar.Vyro.NewInboxTask "{'name': <'probe task'>}") || fail "NewInboxTask did not answer"
-if [[ $probe == "('',)" ]]; then
-    capture_missing=1
-    say "    this build makes no tasks from requests: their checks are not run"
-fi
-if ((!capture_missing)); then
-pycheck "a web address with spaces around it names the task by its host" '
-uri = bus.NewInboxTask(info(name="  http://example.com/a/b  "))
-t = task("example.com")
-check(t.get("url") == "http://example.com/a/b", t)
-check(uri == t["uri"], (uri, t["uri"]))'
-pycheck "a secure web address goes through the quick-entry syntax" '
-bus.NewInboxTask(info(name="https://example.org/x"))
-check(not any(t.get("url") == "https://example.org/x" for t in dump()["tasks"]), "taken as a web address")'
-pycheck "an existing file path names the task by the file" '
-bus.NewInboxTask(info(name=os.environ["WORK"] + "/files/notes.txt"))
-t = task("notes.txt")
-check(t.get("url") == "file://" + os.environ["WORK"] + "/files/notes.txt", t)'
-pycheck "url and file keys" '
-bus.NewInboxTask(info(name="Read this", url="http://example.net/r"))
-bus.NewInboxTask(info(name="That file", file="/etc/hostname"))
+pycheck "a new Inbox task, text into the Inbox" '
+uri = bus.NewInboxTask(info(name="Read this", url="http://example.net/r"))
+bus.PutTextToInbox("remember the keys")
 d = dump()
 check(task("Read this", d).get("url") == "http://example.net/r", task("Read this", d))
-check(task("That file", d).get("url") == "file:///etc/hostname", task("That file", d))'
-pycheck "a project with a default context gives the task that context" '
-bus.NewInboxTask(info(name="[Garden] weed"))
-d = dump()
-out = [c["uri"] for c in d["contexts"] if c["name"] == "Outside"][0]
-check(task("weed", d).get("parentContext") == out, task("weed", d))'
-pycheck "text into the Inbox" '
-bus.PutTextToInbox("remember the keys")
-check(any(t.get("content") == "remember the keys" for t in dump()["tasks"]), "no task with the text")'
-fi
+check(uri == task("Read this", d)["uri"], uri)
+check(any(t.get("content") == "remember the keys" for t in d["tasks"]), "no task with the text")'
 pycheck "links, to a task and to nothing" '
 t = task("Buy milk")
 bus.OpenLink(t["uri"].replace("x-coredata://", "vyro://"))
@@ -172,15 +143,10 @@ app.Open(["vyro://nowhere/task/p1", "file:///nonexistent/file"], info())
 app.Activate(info())'
 
 step "malformed requests"
-pycheck "wrong types, unknown names and keys, oversized text" '
-expect_error(lambda: bus.NewInboxTask("just a string"))
-expect_error(lambda: bus.NewInboxTask(dbus.Dictionary({"name": "x"}, signature="ss")), "org.freedesktop.DBus.Error.InvalidArgs")
+# Requests of the wrong shape are refused by the bus object (its own tests); these reach the program.
+pycheck "odd values and commands" '
 bus.NewInboxTask(info(name=dbus.Int32(3)))  # a name of the wrong type counts as absent
 bus.NewInboxTask(info(bogus=dbus.Struct((1, "x"), variant_level=1), name="with extras"))
-expect_error(lambda: bus.PutTextToInbox("x" * (10 << 20)), "org.freedesktop.DBus.Error.InvalidArgs")
-expect_error(lambda: bus.OpenLink(dbus.Int32(5)))
-expect_error(lambda: app.ActivateAction("no-such-action", dbus.Array([], signature="v"), info()), "org.freedesktop.DBus.Error.InvalidArgs")
-expect_error(lambda: obj.Frobnicate(dbus_interface="com.quendar.Vyro"))
 expect_error(lambda: bus.RunCommand(["vyro", "dump"], "/", "/nonexistent/Vyro.sql", dbus.types.UnixFd(open("/dev/null"))))
 import tempfile
 r, o, e = bus.RunCommand(["vyro", "dump"], "/", "/nonexistent/Vyro.sql", dbus.types.UnixFd(tempfile.TemporaryFile()))
@@ -188,8 +154,7 @@ check(r == 1, r)
 r, o, e = bus.RunCommand(["vyro", "--version"], "/", "", dbus.types.UnixFd(tempfile.TemporaryFile()))
 check(r == 0, r)
 r, o, e = bus.RunCommand(dbus.Array([], signature="s"), "", "", dbus.types.UnixFd(tempfile.TemporaryFile()))
-check(r == 2, r)
-app.Activate(info())'
+check(r == 2, r)'
 alive || fail "the program ended"
 answers || fail "the program no longer answers"
 
@@ -215,8 +180,4 @@ run after "$data" add 'After the restart'
 kill -TERM "$vyro_pid"
 vyro_pid=
 say "    ok"
-if ((capture_missing)); then
-    say "SKIP: everything else passed; the tasks made from requests were not checked"
-    exit 77
-fi
 say "PASS"
