@@ -4,111 +4,15 @@
 # the launcher's count; checked through the service's record of calls, the debug log and the
 # preferences file.
 #
-#   notifications_e2e.sh VYRO_BINARY [OUTPUT_DIR]
-#
-# Exit status: 0 passed, 1 failed, 77 skipped (a tool is missing).
+#   notifications_e2e.sh VYRO_BINARY [OUTPUT_DIR]     (exit status and evidence: see e2elib.sh)
 set -u
+. "$(dirname "$0")/e2elib.sh"
+e2e_needs dbus-monitor gdbus
+e2e_needs_python dbus dbusmock gi
+e2e_enter "$@"
 
-vyro=${1:?usage: $0 VYRO_BINARY [OUTPUT_DIR]}
-out=${2:-$PWD/notifications_e2e-output}
-py=/usr/bin/python3
-
-for tool in xvfb-run openbox xdotool dbus-run-session dbus-monitor gdbus "$py"; do
-    if ! command -v "$tool" >/dev/null 2>&1; then
-        echo "SKIP: $tool is not installed"
-        exit 77
-    fi
-done
-if ! "$py" -c 'import dbus, dbusmock, gi' 2>/dev/null; then
-    echo "SKIP: python3-dbus, python3-gi or python3-dbusmock is missing"
-    exit 77
-fi
-
-# ---- outside: a private home and bus, a virtual screen; this script again inside them
-if [[ -z "${VYRO_E2E_WORK:-}" ]]; then
-    vyro=$(cd "$(dirname "$vyro")" && pwd)/$(basename "$vyro")
-    work=$(mktemp -d "${TMPDIR:-/tmp}/vyro-notices.XXXXXX")
-    mkdir -p "$work/home" "$work/data-home" "$work/config" "$work/runtime" "$work/data" "$out"
-    chmod 700 "$work/runtime"
-    env -u DBUS_SESSION_BUS_ADDRESS -u WAYLAND_DISPLAY \
-        VYRO_E2E_WORK="$work" HOME="$work/home" XDG_DATA_HOME="$work/data-home" XDG_CONFIG_HOME="$work/config" \
-        XDG_RUNTIME_DIR="$work/runtime" QT_QPA_PLATFORM=xcb QT_STYLE_OVERRIDE=Fusion QT_SCALE_FACTOR=1 \
-        LC_ALL=C.UTF-8 TZ=UTC \
-        dbus-run-session -- xvfb-run -a -s "-screen 0 1280x800x24" "$0" "$vyro" "$out"
-    status=$?
-    if [[ $status -eq 0 ]]; then
-        rm -rf "$work"
-    else
-        echo "the run's files stay in $work"
-    fi
-    exit $status
-fi
-
-# ---- inside: DISPLAY is the virtual screen, DBUS_SESSION_BUS_ADDRESS the private bus
-work=$VYRO_E2E_WORK
-data=$work/data
-ini=$XDG_CONFIG_HOME/com.quendar.Vyro.ini
-debuglog=$XDG_DATA_HOME/Vyro/debug.log
 badges=$work/badges.txt
-vyro_pid= wm_pid= mock_pid= monitor_pid= watcher_pid=
-step_no=0
-
-say() { printf '%s\n' "$*"; }
-step() {
-    step_no=$((step_no + 1))
-    say "[$step_no] $*"
-}
-save_evidence() {
-    mkdir -p "$out"
-    for f in "$debuglog" "$ini" "$badges" "$work/vyro.out" "$work/mock.out" "$work/calls.txt" "$work/watcher.out"; do
-        [[ -f $f ]] && cp "$f" "$out/"
-    done
-}
-cleanup() {
-    for pid in $vyro_pid $monitor_pid $mock_pid $watcher_pid $wm_pid; do
-        kill "$pid" 2>/dev/null
-    done
-    wait 2>/dev/null
-}
-trap cleanup EXIT
-fail() {
-    say "FAIL: $*"
-    save_evidence
-    exit 1
-}
-wait_for() {
-    local seconds=$1 what=$2
-    shift 2
-    local tries=$((seconds * 10))
-    while ((tries-- > 0)); do
-        "$@" >/dev/null 2>&1 && return 0
-        sleep 0.1
-    done
-    fail "timed out after ${seconds}s waiting for $what"
-}
-
-alive() { kill -0 "$vyro_pid" 2>/dev/null; }
-not_alive() { ! alive; }
-main_window=
-start_vyro() {
-    "$vyro" --data-dir "$data" >>"$work/vyro.out" 2>&1 &
-    vyro_pid=$!
-    main_window=$(timeout 30 xdotool search --sync --onlyvisible --name '^Vyro$' | head -n 1)
-    [[ -n $main_window ]] || fail "no window named Vyro within 30s"
-}
-focus_is() { [[ $(xdotool getwindowfocus 2>/dev/null) == "$1" ]] || [[ $(xdotool getactivewindow 2>/dev/null) == "$1" ]]; }
-quit_vyro() {
-    timeout 10 xdotool windowactivate --sync "$main_window" >/dev/null 2>&1
-    wait_for 10 "the main window to have the focus" focus_is "$main_window"
-    sleep 0.5
-    xdotool key ctrl+q
-    wait_for 20 "vyro to end after Ctrl+Q" not_alive
-    wait "$vyro_pid"
-    local status=$?
-    vyro_pid=
-    [[ $status -eq 0 ]] || fail "vyro ended with status $status"
-}
-pref() { sed -n "s/^$1=//p" "$ini" | head -n 1; }
+e2e_evidence=("$badges" "$work/mock.out" "$work/calls.txt" "$work/watcher.out")
 
 # The notices the mock service was given, one line each: "number<TAB>kind<TAB>summary<TAB>body". The
 # mock numbers its notices from 1 in the order they came.
@@ -129,9 +33,7 @@ PY
 }
 has_notice() { notices >"$work/calls.txt" 2>/dev/null; grep -q -- "$1" "$work/calls.txt"; }
 
-openbox --sm-disable >"$work/openbox.out" 2>&1 &
-wm_pid=$!
-wait_for 10 "the window manager" xdotool get_num_desktops
+start_wm
 
 step "prepare: a Work context, two Inbox tasks and a task in Work due in a few seconds"
 due=$(date -u -d "+25 seconds" +%Y-%m-%dT%H:%M:%SZ)
@@ -154,10 +56,10 @@ say "    ok: one log line, and the program ran"
 
 step "start the mock notification service and the launcher listener"
 "$py" -m dbusmock --template notification_daemon >"$work/mock.out" 2>&1 &
-mock_pid=$!
+e2e_pids+=($!)
 wait_for 10 "the mock notification service" gdbus introspect --session --dest org.freedesktop.Notifications --object-path /org/freedesktop/Notifications
 dbus-monitor --session "type='signal',interface='com.canonical.Unity.LauncherEntry',member='Update'" >"$badges" 2>&1 &
-monitor_pid=$!
+e2e_pids+=($!)
 sleep 0.5
 
 step "start vyro: the launcher count is the Inbox's"
@@ -191,10 +93,9 @@ gdbus call --session --dest org.freedesktop.Notifications --object-path /org/fre
     "[<uint32 $id>, <'default'>]" >/dev/null || fail "could not emit ActionInvoked"
 sleep 1
 quit_vyro
-work_uri=$("$vyro" --data-dir "$data" dump | "$py" -c 'import json,sys; print([c["uri"] for c in json.load(sys.stdin)["contexts"] if c["name"]=="Work"][0])')
-[[ $(pref lastSelectedContextObjectID) == *"$work_uri"* ]] || fail "the selected context is '$(pref lastSelectedContextObjectID)', expected Work ($work_uri)"
-[[ $(pref tabIndexLastUsed) == 0 ]] || fail "the last view is '$(pref tabIndexLastUsed)', expected the contexts view"
-say "    ok: Work selected in the contexts view"
+take_dump
+check_pref "Work is the selected context" lastSelectedContextObjectID "*$(folder_uri contexts Work)*"
+check_pref "the contexts view is shown" tabIndexLastUsed 0
 
 step "quitting clears the launcher count"
 tail -n 8 "$badges" | grep -q 'int64 0' || fail "no Update with count 0 at quit"
@@ -202,7 +103,7 @@ say "    ok"
 
 step "with a tray host the program shows a tray item, and a click on it hides and shows the window"
 "$py" "$(dirname "$0")/statusnotifierwatcher.py" >"$work/watcher.out" 2>&1 &
-watcher_pid=$!
+e2e_pids+=($!)
 wait_for 10 "the tray host" gdbus introspect --session --dest org.kde.StatusNotifierWatcher --object-path /StatusNotifierWatcher
 no_tray_before=$(grep -c 'No system tray' "$debuglog")
 start_vyro
@@ -211,28 +112,25 @@ read -r _ sender service < <(grep '^registered' "$work/watcher.out" | head -n 1)
 # An item may register by its object path alone; it is then reached at the sender's name.
 [[ $service == /* ]] && service=$sender
 [[ $(grep -c 'No system tray' "$debuglog") == "$no_tray_before" ]] || fail "the program logged no tray although a tray host runs"
-window_shown() { xdotool search --onlyvisible --name '^Vyro$' >/dev/null 2>&1; }
-window_hidden() { ! window_shown; }
 activate_item() {
     gdbus call --session --dest "$service" --object-path /StatusNotifierItem \
         --method org.kde.StatusNotifierItem.Activate 0 0 >/dev/null || fail "could not activate the tray item"
 }
 activate_item
-wait_for 10 "the window to hide into the tray" window_hidden
+wait_for 10 "the window to hide into the tray" hidden '^Vyro$'
 alive || fail "vyro ended when its window hid"
 activate_item
-wait_for 10 "the window to come back" window_shown
+wait_for 10 "the window to come back" visible '^Vyro$'
 say "    ok: registered as $service; hidden and shown again"
 # With the tray there, the window's close button hides the program instead of ending it.
 # (Alt+F4 is the window manager's close: the window is asked to close, as by its title bar's button.)
 xdotool windowactivate --sync "$(xdotool search --onlyvisible --name '^Vyro$' | head -n 1)" key alt+F4
-wait_for 10 "the closed window to hide into the tray" window_hidden
+wait_for 10 "the closed window to hide into the tray" hidden '^Vyro$'
 alive || fail "vyro ended when its window was closed although a tray is there"
 activate_item
-wait_for 10 "the window to come back after closing" window_shown
+wait_for 10 "the window to come back after closing" visible '^Vyro$'
 say "    ok: closing the window hides it into the tray"
 main_window=$(xdotool search --onlyvisible --name '^Vyro$' | head -n 1)
 quit_vyro
-kill "$watcher_pid" 2>/dev/null
 
 say "PASS: notifications end-to-end run"

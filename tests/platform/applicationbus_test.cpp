@@ -3,11 +3,9 @@
 #include "platform/applicationbus.h"
 #include "platform/instanceclient.h"
 
-#include <QCoreApplication>
-#include <QDBusConnection>
+#include "support/privatebus.h"
+
 #include <QDBusMessage>
-#include <QProcess>
-#include <QStandardPaths>
 #include <QThread>
 
 #include <gtest/gtest.h>
@@ -55,36 +53,17 @@ private:
 
 class ApplicationBusTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite()
-    {
-        static int argc = 1;
-        static char name[] = "platform_tests";
-        static char* argv[] = {name, nullptr};
-        if (!QCoreApplication::instance())
-            new QCoreApplication(argc, argv);
-    }
-
     void SetUp() override
     {
-        if (QStandardPaths::findExecutable(QStringLiteral("dbus-daemon")).isEmpty())
+        if (!privateBus.isUp())
             GTEST_SKIP() << "no dbus-daemon";
-        daemon.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
-        ASSERT_TRUE(daemon.waitForReadyRead(5000));
-        address = QString::fromUtf8(daemon.readLine().trimmed());
-        ASSERT_TRUE(QDBusConnection::connectToBus(address, QStringLiteral("server")).isConnected());
-        ASSERT_TRUE(QDBusConnection::connectToBus(address, QStringLiteral("client")).isConnected());
+        ASSERT_TRUE(privateBus.connect(QStringLiteral("server")).isConnected());
+        ASSERT_TRUE(privateBus.connect(QStringLiteral("client")).isConnected());
         bus = std::make_unique<ApplicationBus>(handler, QStringLiteral("server"));
         ASSERT_EQ(bus->claim(), ApplicationBus::Claim::Claimed) << bus->errorString().toStdString();
     }
 
-    void TearDown() override
-    {
-        bus.reset();
-        QDBusConnection::disconnectFromBus(QStringLiteral("server"));
-        QDBusConnection::disconnectFromBus(QStringLiteral("client"));
-        daemon.kill();
-        daemon.waitForFinished();
-    }
+    void TearDown() override { bus.reset(); }
 
     // A blocking call from the client side runs on another thread while this one serves the object.
     template <typename F>
@@ -107,8 +86,7 @@ protected:
         return fromClient([&] { return QDBusConnection(QStringLiteral("client")).call(m, QDBus::Block, 20000); });
     }
 
-    QProcess daemon;
-    QString address;
+    PrivateBus privateBus;
     RecordingHandler handler;
     std::unique_ptr<ApplicationBus> bus;
 };

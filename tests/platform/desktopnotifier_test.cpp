@@ -1,13 +1,9 @@
 #include "platform/desktopnotifier.h"
 #include "platform/launcherbadge.h"
 
-#include <QCoreApplication>
-#include <QDBusAbstractAdaptor>
-#include <QDBusConnection>
+#include "support/privatebus.h"
+
 #include <QDBusMessage>
-#include <QDBusVariant>
-#include <QDeadlineTimer>
-#include <QProcess>
 #include <QSignalSpy>
 
 #include <gtest/gtest.h>
@@ -15,56 +11,6 @@
 #include <memory>
 
 namespace {
-
-QCoreApplication& application()
-{
-    static int argc = 1;
-    static char name[] = "platform_tests";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication app(argc, argv);
-    return app;
-}
-
-// Runs the event loop until `done` or a generous limit (a safety net, not a measure).
-template <class F>
-bool waitFor(F done)
-{
-    QDeadlineTimer limit(5000);
-    while (!done() && !limit.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    return done();
-}
-
-// A private bus daemon for one test.
-class PrivateBus {
-public:
-    PrivateBus()
-    {
-        m_daemon.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
-        if (!m_daemon.waitForReadyRead(5000))
-            return;
-        m_address = QString::fromLocal8Bit(m_daemon.readLine()).trimmed();
-    }
-    ~PrivateBus()
-    {
-        for (const QString& name : m_names)
-            QDBusConnection::disconnectFromBus(name);
-        m_daemon.kill();
-        m_daemon.waitForFinished();
-    }
-    QDBusConnection connect()
-    {
-        const QString name = QStringLiteral("test-%1").arg(m_names.size());
-        m_names << name;
-        return QDBusConnection::connectToBus(m_address, name);
-    }
-    bool isUp() const { return !m_address.isEmpty(); }
-
-private:
-    QProcess m_daemon;
-    QString m_address;
-    QStringList m_names;
-};
 
 // A notification service that remembers what it was asked and hands out ids from 7 on.
 class FakeNotifications : public QObject {
@@ -94,7 +40,6 @@ class NotifierTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        application();
         if (!bus.isUp())
             GTEST_SKIP() << "no dbus-daemon";
         service = bus.connect();

@@ -1,13 +1,8 @@
 #include "platform/filemanager.h"
 
-#include <QCoreApplication>
-#include <QDBusConnection>
+#include "support/privatebus.h"
+
 #include <QDBusContext>
-#include <QDBusMessage>
-#include <QDeadlineTimer>
-#include <QFile>
-#include <QProcess>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -16,68 +11,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-void ensureApplication()
-{
-    if (QCoreApplication::instance())
-        return;
-    static int argc = 1;
-    static char name[] = "platform_tests";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication app(argc, argv);
-}
-
-// Runs the event loop until `done` or a generous limit (a safety net, not a measure).
-template <class F>
-bool waitFor(F done)
-{
-    QDeadlineTimer limit(5000);
-    while (!done() && !limit.hasExpired())
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    return done();
-}
-
-// A bus daemon of the test's own, without any activatable services (so no real file manager starts).
-class OwnBus {
-public:
-    OwnBus()
-    {
-        const QString config = m_dir.filePath(u"bus.conf"_s);
-        QFile f(config);
-        f.open(QIODevice::WriteOnly);
-        f.write("<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\" "
-                "\"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-                "<busconfig><type>session</type><listen>unix:tmpdir=" + m_dir.path().toUtf8() + "</listen>"
-                "<policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
-                "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n");
-        f.close();
-        m_daemon.start(u"dbus-daemon"_s, {u"--config-file="_s + config, u"--nofork"_s, u"--print-address=1"_s});
-        if (m_daemon.waitForReadyRead(5000))
-            m_address = QString::fromLocal8Bit(m_daemon.readLine()).trimmed();
-    }
-    ~OwnBus()
-    {
-        for (const QString& name : m_names)
-            QDBusConnection::disconnectFromBus(name);
-        m_daemon.kill();
-        m_daemon.waitForFinished();
-    }
-    // A new connection to the bus, by its Qt connection name.
-    QString connect()
-    {
-        const QString name = u"filemanager-test-%1"_s.arg(m_names.size());
-        m_names << name;
-        QDBusConnection::connectToBus(m_address, name);
-        return name;
-    }
-    bool isUp() const { return !m_address.isEmpty(); }
-
-private:
-    QTemporaryDir m_dir;
-    QProcess m_daemon;
-    QString m_address;
-    QStringList m_names;
-};
 
 // A file manager that remembers what it was asked to show, or refuses.
 class FakeFileManager : public QObject, protected QDBusContext {
@@ -105,8 +38,7 @@ private:
 
 TEST(FileManager, RevealsThroughTheServiceOrOpensTheFolder)
 {
-    ensureApplication();
-    OwnBus bus;
+    PrivateBus bus;
     if (!bus.isUp())
         GTEST_SKIP() << "dbus-daemon did not start";
     enum class Service { Present, Refusing, Absent, NoBus };
@@ -127,8 +59,8 @@ TEST(FileManager, RevealsThroughTheServiceOrOpensTheFolder)
         {Service::Present, u"not a link"_s, false, {}, {}},
     };
     for (const Case& c : cases) {
-        const QString server = bus.connect();
-        const QString client = c.service == Service::NoBus ? u"no-such-connection"_s : bus.connect();
+        const QString server = bus.connect().name();
+        const QString client = c.service == Service::NoBus ? u"no-such-connection"_s : bus.connect().name();
         FakeFileManager fake(c.service == Service::Refusing);
         if (c.service == Service::Present || c.service == Service::Refusing) {
             QDBusConnection(server).registerObject(u"/org/freedesktop/FileManager1"_s, &fake, QDBusConnection::ExportAllSlots);

@@ -1,71 +1,21 @@
-#include "app/coredataappdelegate.h"
-#include "app/preferences.h"
+#include "support/appfixture.h"
+
 #include "lists/contextarraycontroller.h"
 #include "lists/contexttasksarraycontroller.h"
 #include "lists/projectarraycontroller.h"
 #include "lists/projecttasksarraycontroller.h"
-#include "lists/tabviewcontroller.h"
-#include "model/context.h"
 #include "model/project.h"
-#include "model/task.h"
-#include "store/objectcontext.h"
-#include "ui/desktopapplication.h"
-#include "ui/dialogs.h"
 #include "ui/maintoolbar.h"
 #include "ui/mainwindow.h"
-#include "ui/mainwindowcontroller.h"
 
-#include <QAction>
 #include <QCoreApplication>
 #include <QLineEdit>
 #include <QProcess>
 #include <QTest>
-#include <QTemporaryDir>
 
-#include <gtest/gtest.h>
 #include <sqlite3.h>
 
-namespace {
-
-// Answers every question with `answer` and keeps what was asked.
-struct RecordingDialogs : Dialogs {
-    bool confirm(QWidget*, const QString&, const QString& text, const QString& defaultButton, const QString& otherButton) override
-    {
-        asked << text + QStringLiteral(" [") + defaultButton + QStringLiteral("|") + otherButton + QStringLiteral("]");
-        return answer;
-    }
-    void warn(QWidget*, const QString&, const QString& text) override { warnings << text; }
-    QStringList asked;
-    QStringList warnings;
-    bool answer = true;
-};
-
-class DesktopApplicationTest : public ::testing::Test {
-protected:
-    void SetUp() override { start(); }
-
-    void start()
-    {
-        app = std::make_unique<DesktopApplication>(dir.filePath(QStringLiteral("data")), nullptr, &dialogs,
-                                                   std::make_unique<Preferences>(dir.filePath(QStringLiteral("prefs.ini"))));
-        ASSERT_TRUE(app->applicationDidFinishLaunching());
-    }
-    MainWindowController& window() { return *app->mainWindowController(); }
-    TabViewController& views() { return window().views(); }
-    ObjectContext& store() { return app->appDelegate().managedObjectContext(); }
-    void trigger(const QString& name)
-    {
-        QAction* a = window().action(name);
-        ASSERT_NE(a, nullptr) << name.toStdString();
-        a->trigger();
-    }
-
-    QTemporaryDir dir;
-    RecordingDialogs dialogs;
-    std::unique_ptr<DesktopApplication> app;
-};
-
-} // namespace
+using DesktopApplicationTest = AppFixture;
 
 TEST_F(DesktopApplicationTest, StartsWithTheSpecialRecordsAndTheLastView)
 {

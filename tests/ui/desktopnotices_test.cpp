@@ -1,75 +1,29 @@
-#include "app/coredataappdelegate.h"
+#include "support/appfixture.h"
+
 #include "app/preferencedefaults.h"
-#include "app/preferences.h"
 #include "lists/contextarraycontroller.h"
 #include "lists/contexttasksarraycontroller.h"
-#include "lists/tabviewcontroller.h"
-#include "model/context.h"
-#include "model/task.h"
-#include "store/objectcontext.h"
-#include "ui/desktopapplication.h"
-#include "ui/dialogs.h"
 #include "ui/mainwindow.h"
-#include "ui/mainwindowcontroller.h"
 #include "ui/trayicon.h"
 
-#include <QAction>
 #include <QApplication>
 #include <QImage>
 #include <QMenu>
-#include <QTemporaryDir>
-
-#include <gtest/gtest.h>
 
 namespace {
 
-struct SilentDialogs : Dialogs {
-    bool confirm(QWidget*, const QString&, const QString&, const QString&, const QString&) override { return true; }
-    void warn(QWidget*, const QString&, const QString&) override {}
-};
-
-class DesktopNoticesTest : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        app = std::make_unique<DesktopApplication>(dir.filePath(QStringLiteral("data")), nullptr, &dialogs,
-                                                   std::make_unique<Preferences>(dir.filePath(QStringLiteral("prefs.ini"))));
-        ASSERT_TRUE(app->applicationDidFinishLaunching());
-    }
-    MainWindowController& window() { return *app->mainWindowController(); }
-    TabViewController& views() { return window().views(); }
-    ObjectContext& store() { return app->appDelegate().managedObjectContext(); }
-    Context* newContext(const QString& name)
-    {
-        auto* c = store().insertNewObject<Context>(QStringLiteral("context"));
-        c->setName(name);
-        return c;
-    }
-    Task* newTask(const QString& name, Context* in)
-    {
-        auto* t = store().insertNewObject<Task>(QStringLiteral("task"));
-        t->setName(name);
-        t->moveToContext(in);
-        t->setDone(false);
-        t->setCleanedUp(false);
-        t->setArchived(false);
-        return t;
-    }
-    static QStringList titles(const QMenu& menu)
-    {
-        QStringList out;
-        for (QAction* a : menu.actions())
-            if (!a->isSeparator())
-                out << a->text();
-        return out;
-    }
-
-    QTemporaryDir dir;
-    SilentDialogs dialogs;
-    std::unique_ptr<DesktopApplication> app;
-};
+QStringList titles(const QMenu& menu)
+{
+    QStringList out;
+    for (QAction* a : menu.actions())
+        if (!a->isSeparator())
+            out << a->text();
+    return out;
+}
 
 } // namespace
+
+using DesktopNoticesTest = AppFixture;
 
 TEST_F(DesktopNoticesTest, AClickOnANoticeShowsItsTaskInItsContext)
 {
