@@ -15,7 +15,12 @@ void ensureFolder(const QString& logPath)
 bool redirectStandardErrorToDebugLog(const QString& logPath)
 {
     ensureFolder(logPath);
-    return std::freopen(QFile::encodeName(logPath).constData(), "a", stderr) != nullptr;
+    if (!std::freopen(QFile::encodeName(logPath).constData(), "a", stderr))
+        return false;
+    // Reopened on a file, the stream would be fully buffered: the lines of a running program would
+    // reach the log only in 4 KiB blocks, and the last of them never after a crash.
+    std::setvbuf(stderr, nullptr, _IONBF, 0);
+    return true;
 }
 
 DebugLogFile::DebugLogFile(const QString& logPath)

@@ -67,6 +67,8 @@ PY
 start_wm
 start_vyro
 wait_for 30 "the program on the bus" answers
+# The running program's log lines are in the file as they happen, not when it ends.
+grep -q "^Vyro started" "$debuglog" || fail "the running program's start is not in the debug log yet"
 
 step "a second start hands its link over and ends with 0"
 timeout 20 "$vyro" --data-dir "$data" "vyro://nowhere/task/p999" >>"$work/vyro.out" 2>&1
