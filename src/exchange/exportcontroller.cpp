@@ -76,7 +76,8 @@ std::vector<Folder*> allOf(ObjectContext& store, const QString& entity)
 
 } // namespace
 
-ExportTemplates::ExportTemplates(QString userFolder) : m_userFolder(std::move(userFolder))
+ExportTemplates::ExportTemplates(QString userFolder, QString shippedFolder)
+    : m_userFolder(std::move(userFolder)), m_shippedFolder(std::move(shippedFolder))
 {
     if (m_userFolder.isEmpty())
         m_userFolder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + u"/Vyro/templates"_s;
@@ -88,7 +89,7 @@ Result<QString> ExportTemplates::read(const QString& prefix, const QString& file
     const QString user = QDir(m_userFolder).filePath(set + u'/' + fileName);
     if (QFile::exists(user))
         return readTextFile(user);
-    const QString shipped = u":/templates/"_s + set + u'/' + fileName;
+    const QString shipped = QDir(m_shippedFolder).filePath(set + u'/' + fileName);
     if (QFile::exists(shipped))
         return readTextFile(shipped);
     return Status::notFound(u"no export template \"%1\" (looked in %2 and the shipped set)"_s.arg(fileName, QDir(m_userFolder).filePath(set)));

@@ -17,14 +17,15 @@ class Task;
 // (":/templates/<set>/<file>"), file by file. <set> is the prefix without "export_" ("html", "csv" …).
 class ExportTemplates {
 public:
-    // `userFolder` empty: the user's folder as above.
-    explicit ExportTemplates(QString userFolder = QString());
+    // `userFolder` empty: the user's folder as above; `shippedFolder` stands for the resources in tests.
+    explicit ExportTemplates(QString userFolder = QString(), QString shippedFolder = QStringLiteral(":/templates"));
     const QString& userFolder() const { return m_userFolder; }
     // The template "<prefix>_<kind>.txt"; an error names the file when neither folder has it.
     Result<QString> read(const QString& prefix, const QString& fileName) const;
 
 private:
     QString m_userFolder;
+    QString m_shippedFolder;
 };
 
 // The export of the contexts, projects or smart folders of the main window's lists into one file, by
