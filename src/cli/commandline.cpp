@@ -43,6 +43,8 @@ const Command kCommands[] = {
                       "       [--search TEXT] [--sort KEYS] [--json]   the tasks of a view as it shows them"},
     {"move", runMove, "move URI --to-position N|--top|--bottom|--up|--down [--view contexts|projects] [--folder PATH]\n"
                       "                      move a task in the user's own order of a context or project"},
+    {"export", runExport, "export --view contexts|projects|smart-folders [--folder PATH]... [--all]\n"
+                          "       --format basichtml|html|csv|txt FILE   the view's pending tasks through a template set"},
     {"folders", runFolders, "folders [--contexts|--projects|--smart-folders|--archive]   folders with their counters"},
 };
 
@@ -122,6 +124,11 @@ CommandEnvironment::CommandEnvironment(QStringList arguments, CommandHost& host,
 }
 
 CommandEnvironment::~CommandEnvironment() = default;
+
+QString CommandEnvironment::callerPath(const QString& path) const
+{
+    return m_host ? QDir(m_host->workingDirectory).absoluteFilePath(path) : path;
+}
 
 std::unique_ptr<QIODevice> CommandEnvironment::openInput(const QString& path, QString* error)
 {

@@ -52,6 +52,8 @@ public:
     // A file named on the command line, opened for reading: "-" is standard input. Relative paths are
     // the caller's. nullptr, with the reason in `error`, when it cannot be opened.
     std::unique_ptr<QIODevice> openInput(const QString& path, QString* error);
+    // A path named on the command line as the caller meant it: relative paths are the caller's.
+    QString callerPath(const QString& path) const;
     // How many tasks the start-up pass of openStore cleaned up.
     int cleanedUpAtStart() const { return m_cleanedUpAtStart; }
 
@@ -92,6 +94,7 @@ int runAdd(CommandEnvironment& env);
 int runDate(CommandEnvironment& env);
 int runList(CommandEnvironment& env);
 int runMove(CommandEnvironment& env);
+int runExport(CommandEnvironment& env);
 
 // Whether the arguments ask for the desktop program: nothing but usable "--data-dir" options (whose
 // folder is put in `dataFolder`) and things to open once it is up (links such as "vyro://…" or
