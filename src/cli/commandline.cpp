@@ -44,6 +44,7 @@ const Command kCommands[] = {
     {"move", runMove, "move URI --to-position N|--top|--bottom|--up|--down [--view contexts|projects] [--folder PATH]\n"
                       "                      move a task in the user's own order of a context or project"},
     {"folders", runFolders, "folders [--contexts|--projects|--smart-folders|--archive]   folders with their counters"},
+    {"check-version", runCheckVersion, "check-version       whether a newer release is out, as the Help menu's check says", false},
 };
 
 // Commands that drive the desktop program, started for them when none runs.
