@@ -70,6 +70,18 @@ public:
         m_db.reset(db);
     }
 
+    // Whether the file is of the current layout, whose store table has a format column: such a file is
+    // never of 1.0, even without the version mark (a start that stopped between making and marking it,
+    // a file written by the program's own tools).
+    bool hasCurrentLayout() const
+    {
+        sqlite3_stmt* raw = nullptr;
+        if (!m_db || sqlite3_prepare_v2(m_db.get(), "SELECT format FROM vyro_store", -1, &raw, nullptr) != SQLITE_OK)
+            return false;
+        sqlite3_finalize(raw);
+        return true;
+    }
+
     // Every row of `table` with the given columns, ordered by `orderBy` and then by key. Fails when the
     // table or a column is missing or a row cannot be read.
     Result<std::vector<OldRow>> fetch(const char* table, const std::vector<Column>& columns, const char* orderBy = nullptr) const
@@ -293,7 +305,7 @@ void StoreMigrator::migrateStore(const QString& dataFilePath, const QDateTime& n
     if (!QFileInfo::exists(dataFilePath))
         return;
     const auto metadata = SqliteStore::metadataForStoreAt(dataFilePath);
-    if (!metadata || metadata->contains(QString::fromLatin1(kStoreVersionKey)))
+    if (!metadata || metadata->contains(QString::fromLatin1(kStoreVersionKey)) || OldStore(dataFilePath).hasCurrentLayout())
         return;
 
     logLine(QStringLiteral(":: Migrating the store to 1.1 version."));

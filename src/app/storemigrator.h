@@ -8,7 +8,9 @@ class ObjectContext;
 // Brings data files of older releases up to the current model.
 //
 // migrateStore runs at start, before the data file is opened (the caller holds the file's lock). A file
-// whose metadata has no "VyroStoreVersion" is of the 1.0 layout (docs/data-file-1.0.md): it is moved to
+// whose metadata has no "VyroStoreVersion" and whose store table has no format column is of the 1.0
+// layout (docs/data-file-1.0.md); one of the current layout is left alone without the mark too. The
+// 1.0 file is moved to
 // "Vyro.sql.migrated.bkp" beside itself, read from there, and its records are written into a new data
 // file of the current model at the same path, marked "VyroStoreVersion" = "1.1", so that the next start
 // leaves it alone. A stage whose old table cannot be read is logged and skipped; the other stages still

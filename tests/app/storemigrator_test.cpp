@@ -126,10 +126,23 @@ TEST_F(StoreMigratorTest, OldFileIsKeptAsBackupAndTheNewOneIsMarked)
     EXPECT_EQ(digest(dir.filePath(QStringLiteral("Vyro.sql.migrated.bkp"))), old);
 }
 
-TEST_F(StoreMigratorTest, NoFileNoMigration)
+TEST_F(StoreMigratorTest, NoFileOrACurrentFileWithoutTheMarkIsLeftAlone)
 {
     EXPECT_TRUE(loggedBy([&] { StoreMigrator::migrateStore(dataFile, now); }).isEmpty());
     EXPECT_FALSE(QFile::exists(dataFile));
+
+    // Made by this program, but never marked (the start stopped before): not an old file.
+    {
+        ObjectContext store(managedObjectModel());
+        ASSERT_TRUE(store.addSqliteStore(dataFile).isOk());
+        ASSERT_TRUE(store.insertNewObject(QStringLiteral("context"))->setValueForKey(u"name", Value::string(QStringLiteral("Home"))).isOk());
+        ASSERT_TRUE(store.save().isOk());
+    }
+    ASSERT_FALSE(SqliteStore::metadataForStoreAt(dataFile)->contains(QStringLiteral("VyroStoreVersion")));
+    const QByteArray before = digest(dataFile);
+    EXPECT_TRUE(loggedBy([&] { StoreMigrator::migrateStore(dataFile, now); }).isEmpty());
+    EXPECT_EQ(digest(dataFile), before);
+    EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("Vyro.sql.migrated.bkp"))));
 }
 
 TEST_F(StoreMigratorTest, FoldersComeOutFlatWithTheirOldIdentity)
