@@ -33,8 +33,10 @@ struct VersionFileServer {
         QObject::connect(&server, &QTcpServer::newConnection, [this] {
             while (QTcpSocket* socket = server.nextPendingConnection()) {
                 QObject::connect(socket, &QTcpSocket::readyRead, socket, [this, socket] {
-                    if (!socket->readAll().contains("\r\n\r\n"))
+                    const QByteArray request = socket->readAll();
+                    if (!request.contains("\r\n\r\n"))
                         return;
+                    requests << QString::fromLatin1(request.left(request.indexOf(' ', 4)));
                     socket->write("HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) +
                                   "\r\nConnection: close\r\n\r\n" + body);
                     socket->disconnectFromHost();
@@ -47,6 +49,7 @@ struct VersionFileServer {
     ~VersionFileServer() { qputenv("VYRO_VERSION_BASE", "http://127.0.0.1:9"); }
     QTcpServer server;
     QByteArray body;
+    QStringList requests; // "GET /path?query"
 };
 
 const QString kQuestion = QStringLiteral("New release of Vyro available|Would you like to download it now?|Download now,Ignore,Remind me later");
@@ -93,4 +96,9 @@ TEST(VersionCheckAlertsTest, AlertsAndAnswers)
         EXPECT_EQ(preferences.stringForKey("lastDownloadPromptForVersion"), row.remembered);
         EXPECT_EQ(opened, row.opensDownload ? QStringList{downloadAddress()} : QStringList{});
     }
+    // Each check asked for the version file with a query of its own, so that no cache answered it.
+    ASSERT_EQ(server.requests.size(), qsizetype(std::size(rows)));
+    for (const QString& request : server.requests)
+        EXPECT_TRUE(request.startsWith(QLatin1String("GET /download/version.txt?"))) << request.toStdString();
+    EXPECT_EQ(QSet<QString>(server.requests.begin(), server.requests.end()).size(), server.requests.size());
 }
