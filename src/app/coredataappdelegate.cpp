@@ -92,6 +92,9 @@ Status CoreData_AppDelegate::loadPersistentStoreCoordinator()
     if (!lock)
         return lock.status();
 
+    // Under the lock: a second process must not migrate the same file at once.
+    StoreMigrator::migrateStore(m_dataFilePath);
+
     if (!QFileInfo::exists(m_dataFilePath)) {
         logLine(QStringLiteral("No SQL store.."));
         if (QFileInfo::exists(m_oldDataFilePath)) {

@@ -33,8 +33,9 @@ public:
     ObjectContext& managedObjectContext();
 
     // Opens the current data file, once per run: takes its lock (a second process gets a Busy status and
-    // the file is not touched), converts "Vyro.xml" when there is no "Vyro.sql" yet, opens or creates the
-    // SQLite file and marks it "VyroStoreVersion" = "1.1". On failure the run goes on without a store.
+    // the file is not touched), migrates a file of the 1.0 layout (StoreMigrator), converts "Vyro.xml"
+    // when there is no "Vyro.sql" yet, opens or creates the SQLite file and marks it "VyroStoreVersion" =
+    // "1.1". On failure the run goes on without a store.
     // A loop of parent folders in the file is broken here and saved; an old XML file that cannot be
     // converted fails the open with a message that names the record and the value, and no SQL file is
     // made, so the next start tries again.

@@ -35,3 +35,21 @@ inline QString webLinkAddress(const WebLink& link)
     const QString path = QString::fromUtf8(link.path);
     return path.startsWith(QLatin1String("mailto:")) ? path : vyroWebBase() + path;
 }
+
+// The plain-text file whose whole content is the newest released version, and the download of that
+// release. VYRO_VERSION_BASE replaces the site of these two alone (the tests' local server).
+inline QString vyroVersionBase()
+{
+    const QByteArray base = qgetenv("VYRO_VERSION_BASE");
+    return base.isEmpty() ? vyroWebBase() : QString::fromUtf8(base);
+}
+
+inline QString versionFileAddress()
+{
+    return vyroVersionBase() + QStringLiteral("/download/version.txt");
+}
+
+inline QString downloadAddress()
+{
+    return vyroVersionBase() + QStringLiteral("/download/vyro-latest.tar.gz");
+}

@@ -46,6 +46,7 @@ const Command kCommands[] = {
     {"export", runExport, "export --view contexts|projects|smart-folders [--folder PATH]... [--all]\n"
                           "       --format basichtml|html|csv|txt FILE   the view's pending tasks through a template set"},
     {"folders", runFolders, "folders [--contexts|--projects|--smart-folders|--archive]   folders with their counters"},
+    {"check-version", runCheckVersion, "check-version       whether a newer release is out, as the Help menu's check says", false},
 };
 
 // Commands that drive the desktop program, started for them when none runs.

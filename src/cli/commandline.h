@@ -95,6 +95,7 @@ int runDate(CommandEnvironment& env);
 int runList(CommandEnvironment& env);
 int runMove(CommandEnvironment& env);
 int runExport(CommandEnvironment& env);
+int runCheckVersion(CommandEnvironment& env);
 
 // Whether the arguments ask for the desktop program: nothing but usable "--data-dir" options (whose
 // folder is put in `dataFolder`) and things to open once it is up (links such as "vyro://…" or

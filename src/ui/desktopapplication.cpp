@@ -35,6 +35,7 @@
 #include "ui/quickaddwindow.h"
 #include "ui/quicktypeinwindow.h"
 #include "ui/tasktableview.h"
+#include "ui/versioncheckalerts.h"
 
 #include <QApplication>
 #include <QMessageBox>
@@ -139,6 +140,9 @@ bool DesktopApplication::applicationDidFinishLaunching()
         if (m_window)
             m_window->attachAllTables();
     });
+    // In the background: the question, if any, comes when the answer arrives.
+    if (m_preferences->boolForKey(PreferenceKey::checkVersionOnStartup))
+        m_window->versionCheck().checkQuietly();
     if (qEnvironmentVariableIsSet("VYRO_REPORT_FIRST_PAINT"))
         reportFirstPaint();
     return true;

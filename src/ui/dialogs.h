@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 class QWidget;
 
@@ -13,4 +14,9 @@ public:
     virtual bool confirm(QWidget* parent, const QString& title, const QString& text, const QString& defaultButton,
                          const QString& otherButton);
     virtual void warn(QWidget* parent, const QString& title, const QString& text);
+    // A window-modal notice with one "OK" button; `message` is the alert's headline.
+    virtual void inform(QWidget* parent, const QString& message, const QString& text);
+    // A window-modal choice among `buttons`, the first the default and the last the one Escape picks;
+    // returns the index of the button chosen.
+    virtual int choose(QWidget* parent, const QString& message, const QString& text, const QStringList& buttons);
 };

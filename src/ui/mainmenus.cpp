@@ -20,6 +20,7 @@
 #include "ui/maintoolbar.h"
 #include "ui/mainwindow.h"
 #include "ui/tasktableview.h"
+#include "ui/versioncheckalerts.h"
 
 #include <QActionGroup>
 #include <QApplication>
@@ -336,6 +337,8 @@ void MainWindowController::buildMenus()
             help->insertSeparator(a);
     }
     help->addSeparator();
+    addAction(help, QStringLiteral("checkForNewVersion"), QStringLiteral("Check for New Version…"), {},
+              [this] { versionCheck().checkForNewVersion(); });
     addAction(help, QStringLiteral("about"), QStringLiteral("About Vyro"), {}, [this] {
         QMessageBox::about(m_window.get(), QStringLiteral("About Vyro"),
                            QStringLiteral("<h3>Vyro %1</h3><p>A next-action task manager for the Linux desktop.</p>")

@@ -22,6 +22,7 @@
 #include "ui/statuslabel.h"
 #include "ui/taskdetailpane.h"
 #include "ui/tasktableview.h"
+#include "ui/versioncheckalerts.h"
 
 #include <QApplication>
 #include <QLineEdit>
@@ -82,8 +83,17 @@ MainWindowController::MainWindowController(CoreData_AppDelegate& delegate, Prefe
     updateUndoActions();
 }
 
+VersionCheckAlerts& MainWindowController::versionCheck()
+{
+    if (!m_versionCheck)
+        m_versionCheck = std::make_unique<VersionCheckAlerts>(m_preferences, m_dialogs, m_window.get());
+    return *m_versionCheck;
+}
+
 MainWindowController::~MainWindowController()
 {
+    // A check still under way must not answer into a window that is gone.
+    m_versionCheck.reset();
     // The widgets observe the lists: they go first.
     m_window.reset();
 }

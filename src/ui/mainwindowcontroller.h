@@ -31,6 +31,7 @@ class StatusLabelController;
 class TabViewController;
 class TaskDetailPane;
 class TaskTableView;
+class VersionCheckAlerts;
 
 // The main window's controller: builds the window (toolbar, the five views, each a folder pane beside
 // its task table, the detail pane, the menus and the status line), answers the lists' requests as their
@@ -95,6 +96,8 @@ public:
     void performQuickTagAction(int number);
     // The quick-tags menu from the preferences: one item per filled quick tag.
     void rebuildQuickTagsMenu();
+    // The version check and its alerts on this window (the Help menu's command and the start's quiet one).
+    VersionCheckAlerts& versionCheck();
 
     // ListHost
     void showView(TaskView view) override;
@@ -163,4 +166,5 @@ private:
     std::function<void()> m_quickAdd;
     std::function<void()> m_quickTypeIn;
     bool m_statusPending = false;
+    std::unique_ptr<VersionCheckAlerts> m_versionCheck;
 };
