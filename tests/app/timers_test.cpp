@@ -53,8 +53,9 @@ TEST_F(TimersTest, AutoSaveRunsOnlyWhenOnWithAUsableInterval)
         AutoSaveTimerController timer(*prefs, [&] { ++saves; });
         timer.activateTimer();
         EXPECT_EQ(timer.isRunning(), c.running) << c.minutes.toStdString();
-        if (c.running)
+        if (c.running) {
             EXPECT_EQ(timer.intervalMilliseconds(), c.intervalMs);
+        }
         timer.timerFired();
         EXPECT_EQ(saves, 1);
         timer.stopTimer();
