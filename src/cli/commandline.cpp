@@ -43,6 +43,10 @@ const Command kCommands[] = {
                       "       [--search TEXT] [--sort KEYS] [--json]   the tasks of a view as it shows them"},
     {"move", runMove, "move URI --to-position N|--top|--bottom|--up|--down [--view contexts|projects] [--folder PATH]\n"
                       "                      move a task in the user's own order of a context or project"},
+    {"import", runImport, "import FILE|- [--view contexts|projects|archive] [--folder PATH]\n"
+                          "                      one task per line of a text file, in the folder (default: the Inbox)"},
+    {"backup", runBackup, "backup FILE         a consistent copy of the data file, as it was last saved", false},
+    {"restore", runRestore, "restore FILE        replace the data file by a backup (the program must not be running)", false},
     {"folders", runFolders, "folders [--contexts|--projects|--smart-folders|--archive]   folders with their counters"},
 };
 
@@ -146,6 +150,25 @@ std::unique_ptr<QIODevice> CommandEnvironment::openInput(const QString& path, QS
     return file;
 }
 
+void CommandEnvironment::openLog()
+{
+    if (!m_host && !m_log)
+        m_log = std::make_unique<DebugLogFile>(debugLogFilePath());
+}
+
+QString CommandEnvironment::dataFilePath() const
+{
+    if (m_host)
+        return m_host->delegate.currentDataFilePath();
+    Preferences preferences;
+    return computeCurrentDataFilePath(preferences, m_dataFolder);
+}
+
+QString CommandEnvironment::absolutePath(const QString& path) const
+{
+    return m_host ? QDir(m_host->workingDirectory).absoluteFilePath(path) : QFileInfo(path).absoluteFilePath();
+}
+
 int CommandEnvironment::fail(const QString& message, int code)
 {
     m_err << "vyro: " << message << Qt::endl;
@@ -168,7 +191,7 @@ std::optional<int> CommandEnvironment::openStore()
 {
     if (m_host)
         return m_host->delegate.hasStore() ? std::nullopt : std::optional<int>(fail(QStringLiteral("the running Vyro has no data file open")));
-    m_log = std::make_unique<DebugLogFile>(debugLogFilePath());
+    openLog();
     m_preferences = std::make_unique<Preferences>();
     registerDefaults(*m_preferences);
     m_preferences->sync();
@@ -335,7 +358,8 @@ std::optional<int> forwardCommand(const Invocation& inv, const QString& programN
     if (!DataFileLock::isHeldElsewhere(dataFile))
         return std::nullopt;
     QByteArray input;
-    const bool readsInput = inv.command == QLatin1String("load") && inv.rest.contains(QStringLiteral("-"));
+    const bool readsInput = (inv.command == QLatin1String("load") || inv.command == QLatin1String("import"))
+        && inv.rest.contains(QStringLiteral("-"));
     if (readsInput) {
         QFile in;
         if (in.open(stdin, QIODevice::ReadOnly)) {
