@@ -58,14 +58,17 @@ Status copyInto(sqlite3* source, const QString& sourcePath, const QString& tempo
     if (!backup)
         return Status::ioError(QStringLiteral("Cannot copy %1: %2").arg(sourcePath, sqliteMessage(target.get())));
     // All pages in one step: one read transaction of the source, so one saved state. A save that holds
-    // the file's lock makes the step report busy; it is tried again until the deadline.
+    // the file's lock makes the step report busy; it is tried again, often, until the deadline. The
+    // file is free to readers only between one save's commit and the next one's, which can be a short
+    // gap under a busy writer: SQLite's own busy handler waits up to 100 ms between tries and can miss
+    // every gap.
     const QDeadlineTimer deadline(busyTimeoutMs);
     int rc;
     for (;;) {
         rc = sqlite3_backup_step(backup, -1);
         if ((rc != SQLITE_BUSY && rc != SQLITE_LOCKED) || deadline.hasExpired())
             break;
-        QThread::msleep(5);
+        QThread::usleep(200);
     }
     sqlite3_backup_finish(backup);
     if (rc == SQLITE_NOTADB)
@@ -113,7 +116,6 @@ Status copyDataFile(const QString& source, const QString& target, int busyTimeou
     const Connection db(rawSource);
     if (opened != SQLITE_OK)
         return Status::ioError(QStringLiteral("Cannot read %1: %2").arg(source, sqliteMessage(db.get())));
-    sqlite3_busy_timeout(db.get(), busyTimeoutMs);
 
     // Beside the target, so that the rename stays within one file system and is atomic.
     const QFileInfo targetInfo(target);
