@@ -3,7 +3,12 @@
 #include "store/datafilelock.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 
 // Replaces the data file only while this process holds its lock: the running program (which the
 // command line would otherwise hand the command to) must never find its file replaced under it.
@@ -28,14 +33,25 @@ int runRestore(CommandEnvironment& env)
         return env.fail(lock.status().message());
     }
     env.openLog();
-    const QString keep = QFileInfo(dataFile).dir().filePath(beforeRestoreBackupFileName);
+    // The backup is copied in beside the data file first: it may be the kept file itself, which the
+    // next step replaces.
+    const QDir folder = QFileInfo(dataFile).dir();
+    const QString keep = folder.filePath(beforeRestoreBackupFileName);
+    const QString staged = folder.filePath(QStringLiteral("Vyro.sql.restoring"));
+    if (Status s = copyDataFile(source, staged); !s.isOk())
+        return env.fail(QStringLiteral("nothing was restored: ") + s.message());
     const bool hadDataFile = QFileInfo(dataFile).exists();
     if (hadDataFile) {
-        if (Status s = copyDataFile(dataFile, keep); !s.isOk())
+        if (Status s = copyDataFile(dataFile, keep); !s.isOk()) {
+            QFile::remove(staged);
             return env.fail(QStringLiteral("nothing was restored: the data file could not be kept aside: ") + s.message());
+        }
     }
-    if (Status s = copyDataFile(source, dataFile); !s.isOk())
-        return env.fail(QStringLiteral("nothing was restored: ") + s.message());
+    if (std::rename(QFile::encodeName(staged).constData(), QFile::encodeName(dataFile).constData()) != 0) {
+        const QString reason = QString::fromLocal8Bit(std::strerror(errno));
+        QFile::remove(staged);
+        return env.fail(QStringLiteral("nothing was restored: cannot replace %1: %2").arg(dataFile, reason));
+    }
     env.out() << "Restored " << QDir::toNativeSeparators(source) << " into " << QDir::toNativeSeparators(dataFile);
     if (hadDataFile)
         env.out() << "; the data file as it was is in " << QDir::toNativeSeparators(keep);
