@@ -204,34 +204,4 @@ TEST_F(BackupsTest, FailedCopiesChangeNothing)
     EXPECT_EQ(stateOf(existing), QStringLiteral("4"));
 }
 
-TEST_F(BackupsTest, OnlyDataFilesPassTheCheck)
-{
-    saveState(1);
-    sqlite3* db = nullptr;
-    sqlite3_open(QFile::encodeName(path(QStringLiteral("other.sqlite"))).constData(), &db);
-    sqlite3_exec(db, "CREATE TABLE notes(x)", nullptr, nullptr, nullptr);
-    sqlite3_close(db);
-    QFile(path(QStringLiteral("empty"))).open(QIODevice::WriteOnly);
-    QFile text(path(QStringLiteral("notes.txt")));
-    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
-    text.write("Buy milk\nCall Bob\n and more text to fill a header of a hundred bytes or so ...............");
-    text.close();
-    const struct {
-        const char* name;
-        QString file;
-        bool ok;
-    } cases[] = {
-        {"data file", dataFilePath(), true},
-        {"other SQLite file", path(QStringLiteral("other.sqlite")), false},
-        {"empty file", path(QStringLiteral("empty")), false},
-        {"text file", text.fileName(), false},
-        {"missing", path(QStringLiteral("missing.sql")), false},
-        {"folder", path(QString()), false},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(checkIsDataFile(c.file).isOk(), c.ok) << checkIsDataFile(c.file);
-    }
-}
-
 } // namespace

@@ -7,9 +7,6 @@
 #include "lists/projectarraycontroller.h"
 #include "model/archivecategory.h"
 
-#include <QFile>
-#include <QStringEncoder>
-
 namespace {
 
 class ImportTest : public ListsFixture {
@@ -104,24 +101,6 @@ TEST_F(ImportTest, NoSelectedFolderMakesNothing)
         auto made = importer.importTasksFromText(view, QStringLiteral("a\nb"));
         EXPECT_FALSE(made.isOk());
     }
-    EXPECT_EQ(taskCount(), before);
-}
-
-TEST_F(ImportTest, FileIsReadByItsByteOrderMark)
-{
-    const QString text = QStringLiteral("Äpfel\n  Zoë  \n");
-    QStringEncoder encoder(QStringConverter::Utf16LE, QStringConverter::Flag::WriteBom);
-    QFile file(path(QStringLiteral("tasks.txt")));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(QByteArray(encoder.encode(text)));
-    file.close();
-    ImportController importer(switcher());
-    auto made = importer.importContextTasksFromFile(file.fileName());
-    ASSERT_TRUE(made.isOk()) << made.status();
-    EXPECT_EQ(madeIn(0), (QStringList{QStringLiteral("Äpfel"), QStringLiteral("Zoë")}));
-
-    const int before = taskCount();
-    EXPECT_FALSE(importer.importProjectTasksFromFile(path(QStringLiteral("missing.txt"))).isOk());
     EXPECT_EQ(taskCount(), before);
 }
 
