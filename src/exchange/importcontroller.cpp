@@ -10,6 +10,8 @@
 #include "model/archivecategory.h"
 #include "model/context.h"
 #include "model/project.h"
+#include "store/objectcontext.h"
+#include "store/undostack.h"
 
 QStringList ImportController::importLines(const QString& text)
 {
@@ -40,11 +42,16 @@ Result<int> ImportController::importText(Kind kind, const QString& text)
     if (!context && !project && !category)
         return Status::invalidArgument(QStringLiteral("no folder is selected to import into"));
 
+    ObjectContext& store = m_views.store();
+    UndoGrouping step(store.undoManager(), QStringLiteral("Import Tasks"));
     int made = 0;
     for (const QString& line : importLines(text)) {
         const QString trimmed = trimmedSpaces(line);
         if (trimmed.isEmpty())
             continue;
+        // Each task is a change batch of its own. Left in one batch, every add operation that reads
+        // its list's selection would place all the tasks made so far again: quadratic in the lines.
+        store.processPendingChanges();
         switch (kind) {
         case Kind::Contexts:
             m_views.contextTasks().addNewTask(trimmed, context, nullptr, QString(), QString(), std::nullopt, QDateTime(), QDateTime(),

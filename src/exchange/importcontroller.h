@@ -9,8 +9,8 @@ class TabViewController;
 
 // Lines of plain text made into tasks, one per line that is not blank, in the first selected folder of
 // the context, project or archive tree. The lines are plain names: no quick-entry syntax is applied.
-// Each task comes from its list's add operation without the window (so each posts its "Task added"
-// notification); nothing is saved here.
+// Each task comes from its list's add operation without the window (so a context's posts its "Task
+// added" notification); nothing is saved here. One import is one step of undo.
 //
 // Lines are split at line feeds only: a carriage return before one stays in the name. Only spaces
 // (U+0020) count as blank. A context task takes the trimmed line as its name; a project or archive task

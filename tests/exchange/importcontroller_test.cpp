@@ -6,6 +6,7 @@
 #include "lists/contextarraycontroller.h"
 #include "lists/projectarraycontroller.h"
 #include "model/archivecategory.h"
+#include "store/undostack.h"
 
 namespace {
 
@@ -102,6 +103,19 @@ TEST_F(ImportTest, NoSelectedFolderMakesNothing)
         EXPECT_FALSE(made.isOk());
     }
     EXPECT_EQ(taskCount(), before);
+}
+
+TEST_F(ImportTest, OneImportIsOneUndoStep)
+{
+    context->processPendingChanges();
+    context->undoManager().removeAllActions();
+    ImportController importer(switcher());
+    ASSERT_TRUE(importer.importTasksFromText(1, QStringLiteral("a\nb\nc")).isOk());
+    context->processPendingChanges();
+    EXPECT_EQ(madeIn(1).size(), 3);
+    context->undo();
+    EXPECT_EQ(madeIn(1).size(), 0);
+    EXPECT_FALSE(context->undoManager().canUndo());
 }
 
 } // namespace
