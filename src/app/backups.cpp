@@ -104,6 +104,10 @@ Status copyDataFile(const QString& source, const QString& target, int busyTimeou
 {
     if (!QFileInfo(source).isFile())
         return Status::notFound(QStringLiteral("No data file at %1").arg(source));
+    // Renamed over itself, the file would be a new one under the name, and a program holding the old
+    // one open would go on saving into a file nobody reads.
+    if (QFileInfo(source).canonicalFilePath() == QFileInfo(target).canonicalFilePath())
+        return Status::invalidArgument(QStringLiteral("%1 cannot be copied onto itself").arg(source));
     // Read-write when allowed, so that the journal of a save that was cut short is rolled back before
     // the copy rather than copied around; never created.
     sqlite3* rawSource = nullptr;

@@ -187,6 +187,7 @@ TEST_F(BackupsTest, FailedCopiesChangeNothing)
         {"source not SQLite", text.fileName(), existing, Status::Code::Corruption},
         {"no target folder", dataFilePath(), path(QStringLiteral("none/b.sql")), Status::Code::IoError},
         {"target folder is a file", dataFilePath(), text.fileName() + QStringLiteral("/b.sql"), Status::Code::IoError},
+        {"onto itself", existing, path(QStringLiteral("./old.sql")), Status::Code::InvalidArgument},
     };
     // The files here, leaving out the locks that opening a copy to look at it makes.
     auto files = [this] { return QDir(path(QString())).entryList(QDir::Files).filter(QRegularExpression(QStringLiteral("^(?!.*\\.lock$)"))); };
