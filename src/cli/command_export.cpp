@@ -112,7 +112,7 @@ int runExport(CommandEnvironment& env)
     exporter.setExportType(*type);
     exporter.setExportMode(all ? 1 : 0);
     exporter.setPrintSinglePages(env.preferences().boolForKey(u"lastExportPrintSinglePages"_s));
-    if (Status s = exporter.exportViewToFile(*view, env.callerPath(file), true); !s.isOk())
+    if (Status s = exporter.exportViewToFile(*view, env.absolutePath(file), true); !s.isOk())
         return env.fail(u"export: "_s + s.message());
     return ExitOk;
 }

@@ -45,6 +45,10 @@ const Command kCommands[] = {
                       "                      move a task in the user's own order of a context or project"},
     {"export", runExport, "export --view contexts|projects|smart-folders [--folder PATH]... [--all]\n"
                           "       --format basichtml|html|csv|txt FILE   the view's pending tasks through a template set"},
+    {"import", runImport, "import FILE|- [--view contexts|projects|archive] [--folder PATH]\n"
+                          "                      one task per line of a text file, in the folder (default: the Inbox)"},
+    {"backup", runBackup, "backup FILE         a consistent copy of the data file, as it was last saved", false},
+    {"restore", runRestore, "restore FILE        replace the data file by a backup (the program must not be running)", false},
     {"folders", runFolders, "folders [--contexts|--projects|--smart-folders|--archive]   folders with their counters"},
     {"check-version", runCheckVersion, "check-version       whether a newer release is out, as the Help menu's check says", false},
 };
@@ -126,11 +130,6 @@ CommandEnvironment::CommandEnvironment(QStringList arguments, CommandHost& host,
 
 CommandEnvironment::~CommandEnvironment() = default;
 
-QString CommandEnvironment::callerPath(const QString& path) const
-{
-    return m_host ? QDir(m_host->workingDirectory).absoluteFilePath(path) : path;
-}
-
 std::unique_ptr<QIODevice> CommandEnvironment::openInput(const QString& path, QString* error)
 {
     if (path == QLatin1String("-") && m_host) {
@@ -152,6 +151,25 @@ std::unique_ptr<QIODevice> CommandEnvironment::openInput(const QString& path, QS
         return nullptr;
     }
     return file;
+}
+
+void CommandEnvironment::openLog()
+{
+    if (!m_host && !m_log)
+        m_log = std::make_unique<DebugLogFile>(debugLogFilePath());
+}
+
+QString CommandEnvironment::dataFilePath() const
+{
+    if (m_host)
+        return m_host->delegate.currentDataFilePath();
+    Preferences preferences;
+    return computeCurrentDataFilePath(preferences, m_dataFolder);
+}
+
+QString CommandEnvironment::absolutePath(const QString& path) const
+{
+    return m_host ? QDir(m_host->workingDirectory).absoluteFilePath(path) : QFileInfo(path).absoluteFilePath();
 }
 
 int CommandEnvironment::fail(const QString& message, int code)
@@ -176,7 +194,7 @@ std::optional<int> CommandEnvironment::openStore()
 {
     if (m_host)
         return m_host->delegate.hasStore() ? std::nullopt : std::optional<int>(fail(QStringLiteral("the running Vyro has no data file open")));
-    m_log = std::make_unique<DebugLogFile>(debugLogFilePath());
+    openLog();
     m_preferences = std::make_unique<Preferences>();
     registerDefaults(*m_preferences);
     m_preferences->sync();
@@ -343,7 +361,8 @@ std::optional<int> forwardCommand(const Invocation& inv, const QString& programN
     if (!DataFileLock::isHeldElsewhere(dataFile))
         return std::nullopt;
     QByteArray input;
-    const bool readsInput = inv.command == QLatin1String("load") && inv.rest.contains(QStringLiteral("-"));
+    const bool readsInput = (inv.command == QLatin1String("load") || inv.command == QLatin1String("import"))
+        && inv.rest.contains(QStringLiteral("-"));
     if (readsInput) {
         QFile in;
         if (in.open(stdin, QIODevice::ReadOnly)) {

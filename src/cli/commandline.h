@@ -52,8 +52,16 @@ public:
     // A file named on the command line, opened for reading: "-" is standard input. Relative paths are
     // the caller's. nullptr, with the reason in `error`, when it cannot be opened.
     std::unique_ptr<QIODevice> openInput(const QString& path, QString* error);
-    // A path named on the command line as the caller meant it: relative paths are the caller's.
-    QString callerPath(const QString& path) const;
+    // Sends the log lines to the debug log for the rest of the command (openStore does it too); the
+    // running program's log stays as it is.
+    void openLog();
+    // Whether the command runs inside the running desktop program, for another process.
+    bool hosted() const { return m_host != nullptr; }
+    // The data file this command works on, without opening it: the host's, or the one the preferences
+    // (or --data-dir) choose.
+    QString dataFilePath() const;
+    // A path named on the command line, made absolute against the caller's working directory.
+    QString absolutePath(const QString& path) const;
     // How many tasks the start-up pass of openStore cleaned up.
     int cleanedUpAtStart() const { return m_cleanedUpAtStart; }
 
@@ -96,6 +104,9 @@ int runList(CommandEnvironment& env);
 int runMove(CommandEnvironment& env);
 int runExport(CommandEnvironment& env);
 int runCheckVersion(CommandEnvironment& env);
+int runBackup(CommandEnvironment& env);
+int runRestore(CommandEnvironment& env);
+int runImport(CommandEnvironment& env);
 
 // Whether the arguments ask for the desktop program: nothing but usable "--data-dir" options (whose
 // folder is put in `dataFolder`) and things to open once it is up (links such as "vyro://…" or

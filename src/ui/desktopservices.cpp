@@ -1,5 +1,6 @@
 #include "ui/desktopservices.h"
 
+#include "app/backups.h"
 #include "app/preferencedefaults.h"
 #include "app/preferences.h"
 #include "app/virtualkeys.h"
@@ -112,4 +113,9 @@ void DesktopServices::postNotification(const DesktopNotification& notification)
     if (m_notifier)
         m_notifier->notify(notification.title, notification.description, notification.name, notification.clickContext,
                            notification.sticky);
+}
+
+void DesktopServices::backupAtStartup(const QString& dataFilePath)
+{
+    backupAtStartupAction(dataFilePath);
 }

@@ -38,6 +38,8 @@ public:
     void resetBadge() override;
     bool hidesIntoTray() const override;
     void postNotification(const DesktopNotification& notification) override;
+    // "Vyro.sql.startup.bkp" beside the data file.
+    void backupAtStartup(const QString& dataFilePath) override;
 
     TrayIcon* trayIcon() const { return m_tray.get(); }
 

@@ -78,6 +78,9 @@ TEST_F(HostedCommandTest, CommandsGiveTheirStatusAndOutputInTheBuffers)
         {{"load", "-"}, {}, "[1]", ExitUsage, "", "standard input", 0},
         {{"set", "x-coredata://nowhere/task/p1", "name=x"}, {}, {}, ExitUsage, "", "vyro: ", 0},
         {{"frobnicate"}, {}, {}, ExitUsage, "", "unknown command \"frobnicate\"", 0},
+        {{"import", "-"}, {}, "Buy milk\n\n  Call Bob\n", ExitOk, "Imported 2 tasks", "", 2},
+        // The running program's data file is never replaced under it.
+        {{"restore", "one.json"}, elsewhere.path(), {}, ExitFailure, "", "quit it, then restore", 0},
         {{}, {}, {}, ExitUsage, "", "no command given", 0},
         {{"--version"}, {}, {}, ExitOk, "vyro ", "", 0},
     };

@@ -9,6 +9,15 @@ e2e_enter "$@"
 
 sheet_closed() { hidden '^Process Tasks$'; }
 
+# The start-up backup as the last dump, read through a restore into a folder of its own.
+take_backup_dump() {
+    local copy=$work/startup-backup
+    rm -rf "$copy"
+    "$vyro" --data-dir "$copy" restore "$data/Vyro.sql.startup.bkp" >/dev/null 2>>"$work/vyro.out" ||
+        fail "the start-up backup cannot be restored"
+    "$vyro" --data-dir "$copy" dump >"$dump" 2>>"$work/vyro.out" || fail "vyro dump of the start-up backup failed"
+}
+
 # ---- the run
 
 start_wm
@@ -51,6 +60,8 @@ check "its context is Office" 'task("Call Anna about the budget")["parentContext
 check "its project is Budget 2027" 'task("Call Anna about the budget").get("parentProject") == uri("projects", "Budget 2027")'
 check "its due date is in three days" "day(task(\"Call Anna about the budget\").get(\"dueDate\")) == \"$today_plus_3\""
 check "its tags are budget and work" 'task("Call Anna about the budget").get("tags") == "budget,work"'
+take_backup_dump
+check "the start-up backup holds the data as the program found it" 'len(d["tasks"]) == 2 and not any(t["name"].startswith("Call Anna") for t in d["tasks"])'
 time_mode_before=$(pref timeModeControlForPendingState)
 
 # Second run: process the Inbox, complete and undo, views, modes, search.
@@ -118,5 +129,7 @@ check_pref "the view came back as To complete" tabIndexLastUsed 2
 check_pref "the expanded contexts still include Home" contextTreeExpandedIndexes "*$home*"
 take_dump
 check "the tasks are still there" 'len(d["tasks"]) == 3'
+take_backup_dump
+check "the next start replaced the start-up backup" 'len(d["tasks"]) == 3'
 
 say "PASS: desktop end-to-end run"
