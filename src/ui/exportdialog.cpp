@@ -5,6 +5,7 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDir>
 #include <QFileInfo>
 #include <QFormLayout>
 #include <QGridLayout>
@@ -88,14 +89,21 @@ ExportDialog::ExportDialog(Preferences& preferences, const QString& contentName,
     m_singlePages->setChecked(m_preferences.boolForKey(PreferenceKey::lastExportPrintSinglePages));
     form->addRow(m_singlePages);
 
-    // Qt's own panel lays itself out in a grid; the settings take a row of their own below it.
+    // Qt's own panel lays itself out in a grid; the settings take a row of their own below it. Its
+    // filter row would be a second type chooser that follows the first, so it is hidden.
     if (auto* grid = qobject_cast<QGridLayout*>(layout()))
         grid->addWidget(settings, grid->rowCount(), 0, 1, grid->columnCount());
+    for (const QString& name : {QStringLiteral("fileTypeCombo"), QStringLiteral("fileTypeLabel")}) {
+        if (QWidget* filterRow = findChild<QWidget*>(name))
+            filterRow->hide();
+    }
 
     const QString last = m_preferences.stringForKey(PreferenceKey::lastExportFilePath);
     if (!last.isEmpty()) {
         setDirectory(QFileInfo(last).absolutePath());
         selectFile(QFileInfo(last).fileName());
+    } else {
+        setDirectory(QDir::homePath());
     }
     setAllowedFileType();
 
