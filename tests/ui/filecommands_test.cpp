@@ -9,6 +9,8 @@
 #include "lists/contextarraycontroller.h"
 #include "lists/projectarraycontroller.h"
 #include "lists/tabviewcontroller.h"
+#include "lists/tasksarraycontroller.h"
+#include "model/archivecategory.h"
 #include "model/context.h"
 #include "model/project.h"
 #include "model/task.h"
@@ -73,6 +75,8 @@ protected:
         garden = store().insertNewObject<Project>(u"project"_s);
         garden->setName(u"Garden"_s);
         garden->setActive(true);
+        books = store().insertNewObject<ArchiveCategory>(u"archiveCategory"_s);
+        books->setName(u"Books"_s);
         ASSERT_TRUE(store().save().isOk());
         views().performRefetchAction();
         views().selectTab(TaskView::Contexts);
@@ -116,7 +120,8 @@ protected:
         QStringList names;
         for (Record* r : store().allObjects(u"task"_s)) {
             auto* t = static_cast<Task*>(r);
-            if (t->parentContext() == folder || static_cast<Record*>(t->parentProject()) == folder)
+            if (t->parentContext() == folder || static_cast<Record*>(t->parentProject()) == folder
+                || static_cast<Record*>(t->parentArchiveCategory()) == folder)
                 names << t->name();
         }
         names.sort();
@@ -131,6 +136,7 @@ protected:
     Context* home = nullptr;
     Context* errands = nullptr;
     Project* garden = nullptr;
+    ArchiveCategory* books = nullptr;
 };
 
 } // namespace
@@ -232,12 +238,18 @@ TEST_F(FileCommandsTest, ImportMakesTasksInTheSelectedFolderFromAFileOrTheClipbo
         {TaskView::Contexts, false, {u"Buy milk"_s, u"Call Bob"_s, u"paint fence"_s}},
         {TaskView::Contexts, true, {u"Buy milk"_s, u"Buy milk"_s, u"Call Bob"_s, u"Call Bob"_s, u"paint fence"_s}},
         {TaskView::Projects, true, {u"  Call Bob  "_s, u"Buy milk"_s}},
+        {TaskView::Archive, false, {u"  Call Bob  "_s, u"Buy milk"_s}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(int(row.view) * 10 + row.fromClipboard);
         views().selectTab(row.view);
+        Record* into = home;
         if (row.view == TaskView::Projects) {
             views().projectController().setSelectedObjects({garden});
+            into = garden;
+        } else if (row.view == TaskView::Archive) {
+            views().archiveCategoryController().setSelectedObjects({books});
+            into = books;
         }
         if (row.fromClipboard) {
             QGuiApplication::clipboard()->setText(lines);
@@ -248,8 +260,14 @@ TEST_F(FileCommandsTest, ImportMakesTasksInTheSelectedFolderFromAFileOrTheClipbo
             confirm(panel, file.fileName());
         }
         store().processPendingChanges();
-        EXPECT_EQ(namesIn(row.view == TaskView::Projects ? static_cast<Record*>(garden) : home), row.expected);
+        EXPECT_EQ(namesIn(into), row.expected);
         EXPECT_EQ(dialogs.said, QStringList{});
+        // The view's list, which the table shows, has them too.
+        QStringList listed;
+        for (Task* t : views().taskList(row.view).arrangedObjects())
+            listed << t->name();
+        listed.sort();
+        EXPECT_EQ(listed, row.expected);
     }
 }
 
