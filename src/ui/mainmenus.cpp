@@ -15,6 +15,7 @@
 #include "store/objectcontext.h"
 #include "store/objecturi.h"
 #include "ui/archivingsheet.h"
+#include "ui/filecommands.h"
 #include "ui/foldertreeview.h"
 #include "ui/icons.h"
 #include "ui/maintoolbar.h"
@@ -98,6 +99,24 @@ void MainWindowController::buildMenus()
         if (m_save)
             m_save();
     })->setIcon(QIcon::fromTheme(QStringLiteral("document-save")));
+    file->addSeparator();
+    addAction(file, QStringLiteral("showImportDialog"), QStringLiteral("&Import from File…"), {}, [this] { m_files->showImportDialog(); });
+    addAction(file, QStringLiteral("importTasksFromClipboard"), QStringLiteral("Import from Clip&board"), {},
+              [this] { m_files->importTasksFromClipboard(); });
+    addAction(file, QStringLiteral("showExportDialog"), QStringLiteral("&Export…"), QKeySequence(QStringLiteral("Ctrl+E")),
+              [this] { m_files->showExportDialog(); })
+        ->setIcon(QIcon::fromTheme(QStringLiteral("document-export")));
+    file->addSeparator();
+    addAction(file, QStringLiteral("backupManuallyAction"), QStringLiteral("Back &Up Data…"), {}, [this] { m_files->backupManuallyAction(); });
+    QMenu* reveal = file->addMenu(QStringLiteral("Reveal in File &Manager"));
+    reveal->setObjectName(QStringLiteral("revealMenu"));
+    reveal->menuAction()->setObjectName(QStringLiteral("revealMenuAction"));
+    addAction(reveal, QStringLiteral("revealDataFileInFileManager"), QStringLiteral("Data File"), {}, [this] { m_files->revealDataFile(); });
+    addAction(reveal, QStringLiteral("revealBackupSyncFileInFileManager"), QStringLiteral("Calendar Sync Backup"), {},
+              [this] { m_files->revealSyncBackup(); });
+    addAction(reveal, QStringLiteral("revealBackupCloudDiskFileInFileManager"), QStringLiteral("Cloud Disk Backup"), {},
+              [this] { m_files->revealCloudDiskBackup(); });
+    addAction(reveal, QStringLiteral("revealDebugLogfileInFileManager"), QStringLiteral("Debug Log"), {}, [this] { m_files->revealDebugLog(); });
     file->addSeparator();
     addAction(file, QStringLiteral("showPreferences"), QStringLiteral("&Preferences…"), QKeySequence::Preferences, [this] {
         if (m_preferencesHandler)

@@ -13,6 +13,7 @@
 #include "store/objectcontext.h"
 #include "ui/archivingsheet.h"
 #include "ui/dialogs.h"
+#include "ui/filecommands.h"
 #include "ui/foldertreeview.h"
 #include "ui/icons.h"
 #include "ui/maintoolbar.h"
@@ -65,6 +66,9 @@ MainWindowController::MainWindowController(CoreData_AppDelegate& delegate, Prefe
             m_quit();
         return false; // the quit sequence closes the window itself when it goes ahead
     });
+    m_files = new FileCommands(m_window.get(), *m_views, m_preferences, m_dialogs,
+                               [this] { return m_delegate.currentDataFilePath(); });
+    m_files->setImportHandler([this] { showListChanges(); });
     buildToolbar();
     buildViews();
     buildMenus();

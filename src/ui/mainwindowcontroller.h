@@ -15,6 +15,7 @@ class ApplicationServices;
 class ArchivingSheet;
 class CoreData_AppDelegate;
 class Dialogs;
+class FileCommands;
 class FolderTreeView;
 class MainToolbar;
 class MainWindow;
@@ -98,6 +99,8 @@ public:
     void rebuildQuickTagsMenu();
     // The version check and its alerts on this window (the Help menu's command and the start's quiet one).
     VersionCheckAlerts& versionCheck();
+    // Export, import, the manual backup and the reveal commands of the File menu.
+    FileCommands& files() const { return *m_files; }
 
     // ListHost
     void showView(TaskView view) override;
@@ -167,4 +170,5 @@ private:
     std::function<void()> m_quickTypeIn;
     bool m_statusPending = false;
     std::unique_ptr<VersionCheckAlerts> m_versionCheck;
+    FileCommands* m_files = nullptr; // owned by the window
 };

@@ -18,6 +18,7 @@
 #include "model/task.h"
 #include "ui/desktopapplication.h"
 #include "ui/dialogs.h"
+#include "ui/filecommands.h"
 #include "ui/foldertreeview.h"
 #include "ui/icons.h"
 #include "ui/mainwindow.h"
@@ -231,6 +232,17 @@ int main(int argc, char** argv)
         preferences->close();
     } else {
         std::fprintf(stderr, "the preferences window did not open\n");
+        return 1;
+    }
+
+    window.action(QStringLiteral("showExportDialog"))->trigger();
+    if (QFileDialog* exportPanel = window.files().openPanel(); exportPanel && exportPanel->isVisible()) {
+        exportPanel->resize(760, 560);
+        exportPanel->selectFile(QStringLiteral("Vyro tasks"));
+        shot.save(*exportPanel, QStringLiteral("export-dialog.png"));
+        exportPanel->reject();
+    } else {
+        std::fprintf(stderr, "the export panel did not open\n");
         return 1;
     }
 
