@@ -19,7 +19,7 @@ class TabViewController;
 
 inline constexpr QLatin1StringView debugLogAlertTitle{"Debug logfile"};
 inline constexpr QLatin1StringView debugLogAlertText{
-    "In case of technical problems, please send the debug.log file to support@vyro.app."};
+    "In case of technical problems, please send the debug.log file to support@quendar.com."};
 
 // The main window's commands for files in and out: export, import from a file or the clipboard, the
 // manual backup and the commands that show the data file, the backups and the debug log in the file
