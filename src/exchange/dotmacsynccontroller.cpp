@@ -99,7 +99,9 @@ void DotMacSyncController::downloadDataFromDotMac(Done done)
                 return;
             }
             logLine(QStringLiteral("Downloading newer file from cloud disk account...."));
-            // Beside the data file, so that the rename that puts it in place is atomic.
+            // Beside the data file, so that the rename that puts it in place is atomic; on a computer
+            // that never ran the program the folder is not there yet.
+            QDir().mkpath(QFileInfo(m_dataFilePath).absolutePath());
             const QString scratch = m_dataFilePath + QLatin1String(".download-")
                                     + QUuid::createUuid().toString(QUuid::WithoutBraces);
             const QDateTime remoteDate = remote.lastModified;
