@@ -26,7 +26,9 @@ WebDavOutcome outcomeOf(QNetworkReply* reply)
     // came before, the transfer did not happen.
     if (error != QNetworkReply::NoError && (int(error) < 100 || outcome.httpStatus == 0)) {
         outcome.kind = WebDavOutcome::Kind::NoAnswer;
-        outcome.detail = reply->errorString();
+        outcome.detail = (error == QNetworkReply::OperationCanceledError || error == QNetworkReply::TimeoutError)
+                             ? QStringLiteral("%1 did not answer in time").arg(reply->url().host())
+                             : reply->errorString();
         return outcome;
     }
     const int code = outcome.httpStatus;

@@ -226,9 +226,9 @@ protected:
     QString folderRoot() const { return m_dir.filePath(QStringLiteral("synced")); }
     QString dataFile(const QString& computer) const { return m_dir.filePath(computer + QStringLiteral("/Vyro.sql")); }
 
-    std::unique_ptr<CloudDisk> share(const QString& password = QStringLiteral("secret"), QUrl url = {}) const
+    std::unique_ptr<CloudDisk> share(const QString& password = QStringLiteral("secret"), QUrl url = {}, int timeoutMs = 5000) const
     {
-        return std::make_unique<WebDavCloudDisk>(url.isEmpty() ? s_share->url() : url, QStringLiteral("alice"), password, 5000);
+        return std::make_unique<WebDavCloudDisk>(url.isEmpty() ? s_share->url() : url, QStringLiteral("alice"), password, timeoutMs);
     }
 
     DotMacSyncController::Outcome run(const QString& dataFilePath, std::unique_ptr<CloudDisk> disk, bool upload)
@@ -357,6 +357,10 @@ TEST_F(CloudDiskTest, AccountFailuresAreReportedOnceAndTouchNothing)
     closed.listen(QHostAddress::LocalHost, 0);
     const QUrl nobody(QStringLiteral("http://127.0.0.1:%1/").arg(closed.serverPort()));
     closed.close();
+    // Takes connections (the kernel does) and never answers.
+    QTcpServer silent;
+    silent.listen(QHostAddress::LocalHost, 0);
+    const QUrl mute(QStringLiteral("http://127.0.0.1:%1/").arg(silent.serverPort()));
     struct Case {
         const char* name;
         std::function<std::unique_ptr<CloudDisk>()> disk;
@@ -366,6 +370,8 @@ TEST_F(CloudDiskTest, AccountFailuresAreReportedOnceAndTouchNothing)
         {"wrong password", [&] { return share(QStringLiteral("wrong")); }, CloudDiskText::badLogin,
          QStringLiteral("Bad cloud disk login")},
         {"no server", [&] { return share(QStringLiteral("secret"), nobody); }, CloudDiskText::accessError,
+         QStringLiteral("Error checking cloud disk")},
+        {"server silent", [&] { return share(QStringLiteral("secret"), mute, 300); }, CloudDiskText::accessError,
          QStringLiteral("Error checking cloud disk")},
         {"share missing", [&] { return share(QStringLiteral("secret"), s_share->url().resolved(QUrl(QStringLiteral("nothing-here/")))); },
          CloudDiskText::notEnabled, QStringLiteral("No cloud disk")},
