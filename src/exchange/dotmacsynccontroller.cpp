@@ -129,6 +129,14 @@ void DotMacSyncController::replaceDataFile(const QString& downloaded, const QDat
     }
     if (QFileInfo(m_dataFilePath).isFile())
         backupAtDotMacAction(m_dataFilePath);
+    // A journal left by a save that never finished belongs to the old file; SQLite would play it back
+    // into the new one.
+    if (QFileInfo::exists(m_dataFilePath + QLatin1String("-journal"))) {
+        QFile::remove(downloaded);
+        logLine(QStringLiteral("Download error. (%1-journal is still there: the data file was not closed cleanly)").arg(m_dataFilePath));
+        fail(QString(CloudDiskText::downloadError), done);
+        return;
+    }
     if (std::rename(QFile::encodeName(downloaded).constData(), QFile::encodeName(m_dataFilePath).constData()) != 0) {
         const QString reason = QString::fromLocal8Bit(std::strerror(errno));
         QFile::remove(downloaded);

@@ -412,6 +412,41 @@ TEST_F(CloudDiskTest, ARefusedUploadLeavesTheRemoteCopyAsItWas)
     EXPECT_EQ(scratchFilesIn(remoteRoot() + cloudDiskFolderPath), QStringList());
 }
 
+// A newer remote copy that must still not take the data file's place.
+TEST_F(CloudDiskTest, DownloadsThatWouldDamageTheDataFileAreRefused)
+{
+    struct Case {
+        const char* name;
+        bool remoteIsDataFile;
+        bool journalLeft;
+    } cases[] = {
+        {"remote copy is not a data file", false, false},
+        {"an unfinished save left its journal", true, true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const QString local = dataFile(QStringLiteral("a"));
+        QFile::remove(local);
+        QFile::remove(local + QStringLiteral("-journal"));
+        writeDataFile(local, QStringLiteral("local"));
+        setModified(local, QDateTime::currentDateTimeUtc().addDays(-1));
+        if (c.journalLeft)
+            writeFile(local + QStringLiteral("-journal"), QByteArray(512, '\0'));
+        QFile::remove(remoteFile());
+        if (c.remoteIsDataFile)
+            writeDataFile(remoteFile(), QStringLiteral("remote"));
+        else
+            writeFile(remoteFile(), "<html>a login page</html>");
+        const QByteArray before = readFile(local);
+        reports.clear();
+
+        EXPECT_EQ(run(local, share(), false), Outcome::Failed);
+        EXPECT_EQ(reports, QStringList{QString(CloudDiskText::downloadError)});
+        EXPECT_EQ(readFile(local), before);
+        EXPECT_EQ(scratchFilesIn(m_dir.filePath(QStringLiteral("a"))), QStringList());
+    }
+}
+
 // Transfers cut off midway, by a server that drops the connection.
 TEST_F(CloudDiskTest, ACutTransferChangesNeitherCopy)
 {
