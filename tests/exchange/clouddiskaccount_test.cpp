@@ -15,7 +15,17 @@
 
 #include <optional>
 
+#include <csignal>
+
+#include <sys/prctl.h>
+
 namespace {
+
+// Servers started by a test end with it, even when the test process dies first.
+void endWithParent(QProcess& process)
+{
+    process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
+}
 
 void ensureApplication()
 {
@@ -44,6 +54,7 @@ public:
                    "<policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
                    "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n");
         conf.close();
+        endWithParent(m_bus);
         m_bus.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--config-file=") + conf.fileName(), QStringLiteral("--nofork"),
                                                     QStringLiteral("--print-address=1")});
         if (!m_bus.waitForReadyRead(5000))
@@ -59,6 +70,7 @@ public:
         env.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_dir.filePath(QStringLiteral("runtime")));
         m_keyring.setProcessEnvironment(env);
         // The password for the new login keyring comes on standard input, whole before the daemon reads.
+        endWithParent(m_keyring);
         m_keyring.start(QStringLiteral("/bin/sh"),
                         {QStringLiteral("-c"), QStringLiteral("printf test-password | exec gnome-keyring-daemon --foreground --components=secrets --unlock")});
         if (!m_keyring.waitForStarted())

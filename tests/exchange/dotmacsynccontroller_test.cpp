@@ -20,7 +20,17 @@
 #include <QTimeZone>
 #include <QTimer>
 
+#include <csignal>
+
+#include <sys/prctl.h>
+
 namespace {
+
+// Servers started by a test end with it, even when the test process dies first.
+void endWithParent(QProcess& process)
+{
+    process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
+}
 
 void ensureApplication()
 {
@@ -132,6 +142,7 @@ public:
         m_process.setProgram(QStandardPaths::findExecutable(QStringLiteral("lighttpd"), {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin")}));
         m_process.setArguments({QStringLiteral("-D"), QStringLiteral("-f"), workDir + QStringLiteral("/lighttpd.conf")});
         m_process.setProcessChannelMode(QProcess::MergedChannels);
+        endWithParent(m_process);
         m_process.start();
         if (!m_process.waitForStarted() || !waitForPort(m_port)) {
             m_error = QStringLiteral("lighttpd did not start: ") + QString::fromLocal8Bit(m_process.readAll())
@@ -451,6 +462,7 @@ TEST_F(CloudDiskTest, DownloadsThatWouldDamageTheDataFileAreRefused)
 TEST_F(CloudDiskTest, ACutTransferChangesNeitherCopy)
 {
     QProcess server;
+    endWithParent(server);
     server.start(QStringLiteral("/usr/bin/python3"), {QStringLiteral("-c"), QString::fromLatin1(kDroppingServer)});
     ASSERT_TRUE(server.waitForStarted());
     ASSERT_TRUE(server.waitForReadyRead(10000));
