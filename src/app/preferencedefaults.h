@@ -74,6 +74,11 @@ inline constexpr QLatin1StringView tableViewArchivedTasksColumnsSizes{"tableView
 inline constexpr QLatin1StringView floatingMainWindowByDefault{"floatingMainWindowByDefault"};
 inline constexpr QLatin1StringView dotMac14SyncingEnabled{"dotMac14SyncingEnabled"};
 inline constexpr QLatin1StringView dotMacWaitingForFirstSync{"dotMacWaitingForFirstSync"};
+// The cloud disk: a WebDAV server address and user name, or a local folder a sync client keeps (which
+// wins when set). The password lives in the desktop keyring, never here.
+inline constexpr QLatin1StringView cloudDiskServer{"cloudDiskServer"};
+inline constexpr QLatin1StringView cloudDiskUser{"cloudDiskUser"};
+inline constexpr QLatin1StringView cloudDiskFolder{"cloudDiskFolder"};
 inline constexpr QLatin1StringView hideApplicationIfWindowNotActive{"hideApplicationIfWindowNotActive"};
 inline constexpr QLatin1StringView hideApplicationIfWindowNotActiveAfterSeconds{"hideApplicationIfWindowNotActiveAfterSeconds"};
 inline constexpr QLatin1StringView autoSave{"autoSave"};

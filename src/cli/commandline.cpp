@@ -50,6 +50,8 @@ const Command kCommands[] = {
     {"backup", runBackup, "backup FILE         a consistent copy of the data file, as it was last saved", false},
     {"restore", runRestore, "restore FILE        replace the data file by a backup (the program must not be running)", false},
     {"folders", runFolders, "folders [--contexts|--projects|--smart-folders|--archive]   folders with their counters"},
+    {"cloud", runCloud, "cloud download|upload [--server URL --user NAME] [--folder DIR]\n"
+                        "                      the cloud disk copy of the data file (password: keyring or VYRO_WEBDAV_PASSWORD)", false},
     {"check-version", runCheckVersion, "check-version       whether a newer release is out, as the Help menu's check says", false},
 };
 

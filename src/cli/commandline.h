@@ -104,6 +104,7 @@ int runList(CommandEnvironment& env);
 int runMove(CommandEnvironment& env);
 int runExport(CommandEnvironment& env);
 int runCheckVersion(CommandEnvironment& env);
+int runCloud(CommandEnvironment& env);
 int runBackup(CommandEnvironment& env);
 int runRestore(CommandEnvironment& env);
 int runImport(CommandEnvironment& env);

@@ -4,6 +4,7 @@
 #include "app/preferencedefaults.h"
 #include "app/preferences.h"
 #include "app/virtualkeys.h"
+#include "exchange/clouddisktransfer.h"
 #include "lists/listhost.h"
 #include "platform/desktopnotifier.h"
 #include "platform/globalhotkeys.h"
@@ -12,6 +13,8 @@
 #include "ui/desktopapplication.h"
 #include "ui/trayicon.h"
 
+#include <QAbstractButton>
+#include <QMessageBox>
 #include <QSystemTrayIcon>
 
 DesktopServices::DesktopServices(QObject* parent) : QObject(parent) {}
@@ -118,4 +121,32 @@ void DesktopServices::postNotification(const DesktopNotification& notification)
 void DesktopServices::backupAtStartup(const QString& dataFilePath)
 {
     backupAtStartupAction(dataFilePath);
+}
+
+namespace {
+
+void transferWithCloudDisk(bool upload, const QString& dataFilePath, const DesktopServices::CloudDiskReport& custom)
+{
+    Preferences preferences;
+    const auto alert = [](const QString& title, const QString& message) {
+        QMessageBox box(QMessageBox::Warning, title, message, QMessageBox::Ok);
+        box.setObjectName(QStringLiteral("cloudDiskAlert"));
+        box.setAccessibleName(title);
+        box.button(QMessageBox::Ok)->setText(QString(CloudDiskText::button));
+        box.exec();
+    };
+    runCloudDiskTransfer(upload, dataFilePath, preferences, cloudDiskAccountFrom(preferences),
+                         custom ? custom : DesktopServices::CloudDiskReport(alert));
+}
+
+} // namespace
+
+void DesktopServices::downloadDataFromCloudDisk(const QString& dataFilePath)
+{
+    transferWithCloudDisk(false, dataFilePath, m_cloudDiskReport);
+}
+
+void DesktopServices::uploadDataToCloudDisk(const QString& dataFilePath)
+{
+    transferWithCloudDisk(true, dataFilePath, m_cloudDiskReport);
 }

@@ -5,6 +5,7 @@
 #include <QList>
 #include <QObject>
 
+#include <functional>
 #include <memory>
 
 class DesktopApplication;
@@ -40,6 +41,12 @@ public:
     void postNotification(const DesktopNotification& notification) override;
     // "Vyro.sql.startup.bkp" beside the data file.
     void backupAtStartup(const QString& dataFilePath) override;
+    // The cloud-disk copy with the account of the preferences, waiting for it to end. Failures go to
+    // the cloud-disk report: an alert unless replaced (tests answer it themselves).
+    void downloadDataFromCloudDisk(const QString& dataFilePath) override;
+    void uploadDataToCloudDisk(const QString& dataFilePath) override;
+    using CloudDiskReport = std::function<void(const QString& title, const QString& message)>;
+    void setCloudDiskReport(CloudDiskReport report) { m_cloudDiskReport = std::move(report); }
 
     TrayIcon* trayIcon() const { return m_tray.get(); }
 
@@ -54,4 +61,5 @@ private:
     std::unique_ptr<TrayIcon> m_tray;
     int m_count = 0;
     bool m_noTrayLogged = false;
+    CloudDiskReport m_cloudDiskReport;
 };

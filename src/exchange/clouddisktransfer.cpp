@@ -1,0 +1,36 @@
+#include "exchange/clouddisktransfer.h"
+
+#include "store/log.h"
+
+#include <QEventLoop>
+
+DotMacSyncController::Outcome runCloudDiskTransfer(bool upload, const QString& dataFilePath, Preferences& preferences,
+                                                   const CloudDiskAccount& account,
+                                                   const DotMacSyncController::Report& report)
+{
+    using Outcome = DotMacSyncController::Outcome;
+    QEventLoop loop;
+    std::optional<Outcome> outcome;
+    std::unique_ptr<DotMacSyncController> controller;
+    auto finish = [&](Outcome o) {
+        outcome = o;
+        loop.quit();
+    };
+    openCloudDisk(account, [&](Result<std::unique_ptr<CloudDisk>> disk) {
+        if (!disk) {
+            logLine(QStringLiteral("Cloud disk not opened: ") + disk.status().message());
+            if (report)
+                report(QString(CloudDiskText::title), disk.status().message());
+            finish(Outcome::Failed);
+            return;
+        }
+        controller = std::make_unique<DotMacSyncController>(dataFilePath, preferences, std::move(*disk), report);
+        if (upload)
+            controller->uploadDataToDotMac(finish);
+        else
+            controller->downloadDataFromDotMac(finish);
+    });
+    if (!outcome)
+        loop.exec();
+    return *outcome;
+}

@@ -1,0 +1,113 @@
+#include "exchange/webdavclouddisk.h"
+
+#include <QUuid>
+
+namespace {
+
+CloudDisk::Answer answerOf(const WebDavOutcome& outcome, CloudDisk::Failure otherwise)
+{
+    using Kind = WebDavOutcome::Kind;
+    CloudDisk::Answer answer{CloudDisk::Failure::None, outcome.detail};
+    switch (outcome.kind) {
+    case Kind::Ok: break;
+    case Kind::Unauthorized: answer.failure = CloudDisk::Failure::BadLogin; break;
+    case Kind::NoAnswer: answer.failure = CloudDisk::Failure::NoAccess; break;
+    case Kind::NotFound:
+    case Kind::NotWebDav:
+    case Kind::Failed: answer.failure = otherwise; break;
+    }
+    return answer;
+}
+
+} // namespace
+
+WebDavCloudDisk::WebDavCloudDisk(const QUrl& server, const QString& user, const QString& password, int timeoutMs)
+    : m_client(server, user, password)
+{
+    m_client.setTimeout(timeoutMs);
+}
+
+QString WebDavCloudDisk::location() const
+{
+    return m_client.urlFor(cloudDiskFilePath).toString(QUrl::RemoveUserInfo);
+}
+
+void WebDavCloudDisk::check(std::function<void(const Answer&)> done)
+{
+    m_client.lastModified(QString(), [done = std::move(done)](const WebDavOutcome& outcome, const QDateTime&) {
+        // The share's root answers PROPFIND on any WebDAV server; anything else is not one.
+        done(answerOf(outcome, Failure::NoService));
+    });
+}
+
+void WebDavCloudDisk::remoteFile(std::function<void(const Answer&, const RemoteFile&)> done)
+{
+    m_client.lastModified(cloudDiskFilePath, [done = std::move(done)](const WebDavOutcome& outcome, const QDateTime& date) {
+        if (outcome.kind == WebDavOutcome::Kind::NotFound) {
+            done(Answer{}, RemoteFile{});
+            return;
+        }
+        done(answerOf(outcome, Failure::NoAccess), RemoteFile{outcome.isOk(), date});
+    });
+}
+
+void WebDavCloudDisk::download(const QString& localFile, std::function<void(const Answer&)> done)
+{
+    m_client.get(cloudDiskFilePath, localFile, [done = std::move(done)](const WebDavOutcome& outcome) {
+        Answer answer = answerOf(outcome, Failure::Transfer);
+        if (!answer.isOk())
+            answer.failure = Failure::Transfer;
+        done(answer);
+    });
+}
+
+void WebDavCloudDisk::makeFolders(QStringList pending, std::function<void(const Answer&)> done)
+{
+    if (pending.isEmpty()) {
+        done(Answer{});
+        return;
+    }
+    const QString next = pending.takeFirst();
+    m_client.makeCollection(next, [this, pending, done = std::move(done)](const WebDavOutcome& outcome) mutable {
+        if (!outcome.isOk()) {
+            done(Answer{Failure::Transfer, outcome.detail});
+            return;
+        }
+        makeFolders(std::move(pending), std::move(done));
+    });
+}
+
+void WebDavCloudDisk::upload(const QString& localFile, std::function<void(const Answer&)> done)
+{
+    QStringList folders;
+    QString path;
+    for (const QString& part : QString(cloudDiskFolderPath).split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
+        path += QLatin1Char('/') + part;
+        folders << path;
+    }
+    const QString scratch = cloudDiskFilePath + QLatin1String(".upload-")
+                            + QUuid::createUuid().toString(QUuid::WithoutBraces);
+    auto fail = [this, scratch, done](const WebDavOutcome& outcome) {
+        // Best effort: a scratch file left behind is harmless, the real file is untouched.
+        m_client.remove(scratch, [done, outcome](const WebDavOutcome&) { done(Answer{Failure::Transfer, outcome.detail}); });
+    };
+    makeFolders(folders, [this, localFile, scratch, fail, done](const Answer& made) {
+        if (!made.isOk()) {
+            done(made);
+            return;
+        }
+        m_client.put(scratch, localFile, [this, scratch, fail, done](const WebDavOutcome& put) {
+            if (!put.isOk()) {
+                fail(put);
+                return;
+            }
+            m_client.move(scratch, cloudDiskFilePath, [fail, done](const WebDavOutcome& moved) {
+                if (!moved.isOk()) {
+                    fail(moved);
+                    return;
+                }
+                done(Answer{});
+            });
+        });
+    });
+}
