@@ -2,6 +2,7 @@
 
 #include "app/preferencedefaults.h"
 #include "app/preferences.h"
+#include "exchange/clouddiskaccount.h"
 
 #include <QCheckBox>
 #include <QColorDialog>
@@ -14,6 +15,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPainter>
+#include <QPointer>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QTabBar>
@@ -237,6 +239,11 @@ QWidget* PreferencesWindow::buildSyncTab()
     form->addRow(boolBox(Key::iSyncWhenQuittingApp, tr("Run it after the sync at quit")));
     form->addRow(section(tr("Cloud disk")));
     form->addRow(boolBox(Key::dotMac14SyncingEnabled, tr("Keep the data file in step through the cloud disk")));
+    form->addRow(tr("WebDAV server:"), textField(Key::cloudDiskServer, tr("Cloud disk server address"), u"https://cloud.example.org/remote.php/webdav"_s));
+    form->addRow(tr("User:"), textField(Key::cloudDiskUser, tr("Cloud disk user name"), QString()));
+    form->addRow(tr("Password:"), cloudDiskPasswordField());
+    form->addRow(tr("Or a folder:"), textField(Key::cloudDiskFolder, tr("Cloud disk folder kept by a sync client"),
+                                                 tr("A folder a sync client keeps; it wins over the server")));
     return page;
 }
 
@@ -351,6 +358,57 @@ QWidget* PreferencesWindow::stringListField(const QString& key, const QString& a
         Q_EMIT preferenceChanged(key);
     });
     return edit;
+}
+
+QWidget* PreferencesWindow::textField(QLatin1StringView key, const QString& accessibleName, const QString& placeholder)
+{
+    auto* edit = new QLineEdit;
+    edit->setObjectName(QString(key));
+    edit->setAccessibleName(accessibleName);
+    edit->setPlaceholderText(placeholder);
+    m_loaders.push_back([this, edit, key] { edit->setText(m_preferences.stringForKey(key)); });
+    connect(edit, &QLineEdit::textEdited, this, [this, key](const QString& text) {
+        if (text.trimmed().isEmpty())
+            m_preferences.removeKey(QString(key));
+        else
+            m_preferences.setString(key, text.trimmed());
+        Q_EMIT preferenceChanged(QString(key));
+    });
+    return edit;
+}
+
+QWidget* PreferencesWindow::cloudDiskPasswordField()
+{
+    auto* box = new QWidget;
+    auto* row = new QHBoxLayout(box);
+    row->setContentsMargins(0, 0, 0, 0);
+    auto* edit = new QLineEdit;
+    edit->setObjectName(u"cloudDiskPassword"_s);
+    edit->setAccessibleName(tr("Cloud disk password"));
+    edit->setEchoMode(QLineEdit::Password);
+    edit->setPlaceholderText(tr("Kept in the desktop keyring"));
+    auto* outcome = new QLabel;
+    outcome->setObjectName(u"cloudDiskPasswordOutcome"_s);
+    outcome->setAccessibleName(tr("Where the password was kept"));
+    row->addWidget(edit, 1);
+    row->addWidget(outcome);
+    connect(edit, &QLineEdit::editingFinished, this, [this, edit, outcome] {
+        if (edit->text().isEmpty())
+            return;
+        const CloudDiskAccount account = cloudDiskAccountFrom(m_preferences);
+        if (account.server.isEmpty() || account.user.isEmpty()) {
+            outcome->setText(tr("Give the server and the user first"));
+            return;
+        }
+        const QString password = edit->text();
+        edit->clear();
+        QPointer<QLabel> label = outcome;
+        writeCloudDiskPassword(account, password, [label](Status s) {
+            if (label)
+                label->setText(s.isOk() ? tr("Kept in the keyring") : tr("Not kept: %1").arg(s.message()));
+        });
+    });
+    return box;
 }
 
 void PreferencesWindow::loadAll()

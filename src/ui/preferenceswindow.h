@@ -92,6 +92,11 @@ private:
     // A key kept as the text of a whole number ("15").
     QWidget* integerChoice(QLatin1StringView key, const QString& accessibleName, const std::vector<std::pair<QString, int>>& choices);
     QWidget* stringListField(const QString& key, const QString& accessibleName);
+    // A text preference; an empty text removes the key.
+    QWidget* textField(QLatin1StringView key, const QString& accessibleName, const QString& placeholder);
+    // The cloud disk's password: written to the desktop keyring when editing ends, never to the
+    // preferences file.
+    QWidget* cloudDiskPasswordField();
     void chooseColour();
     void chooseDataFolder();
     void loadAll();

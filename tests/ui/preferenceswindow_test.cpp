@@ -9,6 +9,7 @@
 #include <QComboBox>
 #include <QDir>
 #include <QFile>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
@@ -201,4 +202,46 @@ TEST_F(PreferencesWindowTest, ChosenDataFolderGetsACopyOfTheDataFileWhenCustom)
     window.preferencesDone();
     EXPECT_TRUE(calls.contains(u"save"_s));
     EXPECT_TRUE(QFile::exists(chosenFolder + u"/Vyro.sql"_s));
+}
+
+TEST_F(PreferencesWindowTest, CloudDiskAccountGoesToThePreferencesAndThePasswordNeverDoes)
+{
+    QWidget mainWindow;
+    PreferencesWindow window(*prefs, services, &mainWindow);
+    window.showPreferences();
+    auto* password = child<QLineEdit>(window, u"cloudDiskPassword"_s);
+    auto* outcome = child<QLabel>(window, u"cloudDiskPasswordOutcome"_s);
+
+    // Without an account to file it under, the password is refused and forgotten.
+    password->setText(u"s3cret-word"_s);
+    Q_EMIT password->editingFinished();
+    EXPECT_EQ(outcome->text(), u"Give the server and the user first"_s);
+
+    const struct {
+        QLatin1StringView key;
+        QString typed;
+        QString stored; // empty: the key is removed
+    } fields[] = {
+        {PreferenceKey::cloudDiskServer, u" https://dav.example.org/files "_s, u"https://dav.example.org/files"_s},
+        {PreferenceKey::cloudDiskUser, u"lea"_s, u"lea"_s},
+        {PreferenceKey::cloudDiskFolder, u"   "_s, QString()},
+    };
+    for (const auto& f : fields) {
+        SCOPED_TRACE(f.key.data());
+        auto* edit = child<QLineEdit>(window, QString(f.key));
+        edit->selectAll();
+        QTest::keyClicks(edit, f.typed);
+        EXPECT_EQ(prefs->stringForKey(f.key), f.stored);
+        EXPECT_EQ(prefs->hasKey(f.key), !f.stored.isEmpty());
+    }
+
+    // With the account given the password goes to the keyring (which may not be there in a test);
+    // the field is emptied and the preferences file never holds it.
+    password->setText(u"s3cret-word"_s);
+    Q_EMIT password->editingFinished();
+    EXPECT_TRUE(password->text().isEmpty());
+    prefs->sync();
+    QFile ini(dir.filePath(u"prefs.ini"_s));
+    ASSERT_TRUE(ini.open(QIODevice::ReadOnly));
+    EXPECT_FALSE(ini.readAll().contains("s3cret-word"));
 }
