@@ -5,7 +5,7 @@
 //   vyro_export_bench [--tasks=N] [benchmark flags]
 
 #include "benchmain.h"
-#include "storegenerator.h"
+#include "listsfixture.h"
 
 #include "app/preferences.h"
 #include "exchange/exportcontroller.h"
@@ -24,45 +24,11 @@ namespace {
 
 int g_taskCount = 100000;
 
-struct Fixture {
-    QTemporaryDir dir;
-    GeneratedStoreInfo info;
-    std::unique_ptr<ObjectContext> store;
-    std::unique_ptr<Preferences> preferences;
-    ListHost host;
-    std::unique_ptr<TabViewController> views;
-    QString error;
-};
-
-std::unique_ptr<Fixture> g_fixture;
+using Fixture = ListsFixture;
 
 Fixture* fixture(benchmark::State& state)
 {
-    if (!g_fixture) {
-        g_fixture = std::make_unique<Fixture>();
-        Fixture& f = *g_fixture;
-        const QString path = f.dir.filePath(QStringLiteral("export.vyrodata"));
-        GeneratorOptions options;
-        options.tasks = g_taskCount;
-        if (Status s = generateStore(path, options, &f.info); !s.isOk()) {
-            f.error = s.toString();
-        } else {
-            f.store = std::make_unique<ObjectContext>(managedObjectModel());
-            f.store->undoManager().setEnabled(false);
-            if (Status s = f.store->addSqliteStore(path); !s.isOk()) {
-                f.error = s.toString();
-            } else {
-                prepareStoreForWork(*f.store);
-                f.preferences = std::make_unique<Preferences>(f.dir.filePath(QStringLiteral("prefs.ini")));
-                f.views = std::make_unique<TabViewController>(*f.store, *f.preferences, f.host);
-            }
-        }
-    }
-    if (!g_fixture->error.isEmpty()) {
-        state.SkipWithError(qPrintable(g_fixture->error));
-        return nullptr;
-    }
-    return g_fixture.get();
+    return listsFixture(state, g_taskCount);
 }
 
 ExportController allContextsAsStyledHtml(Fixture& f)
@@ -115,6 +81,6 @@ BENCHMARK(BM_ExportAllContextsToFile)->Unit(benchmark::kMillisecond);
 int main(int argc, char** argv)
 {
     const int status = runBenchmarkMain(argc, argv, g_taskCount);
-    g_fixture.reset();
+    g_listsFixture.reset();
     return status;
 }

@@ -9,7 +9,7 @@
 //   vyro_lists_bench [--tasks=N] [benchmark flags]
 
 #include "benchmain.h"
-#include "storegenerator.h"
+#include "listsfixture.h"
 
 #include "app/preferences.h"
 #include "lists/alltasksarraycontroller.h"
@@ -38,46 +38,11 @@ namespace {
 
 int g_taskCount = 100000;
 
-struct Fixture {
-    QTemporaryDir dir;
-    GeneratedStoreInfo info;
-    std::unique_ptr<ObjectContext> store;
-    std::unique_ptr<Preferences> preferences;
-    ListHost host;
-    std::unique_ptr<TabViewController> views;
-    QString error;
-};
+using Fixture = ListsFixture;
 
-std::unique_ptr<Fixture> g_fixture;
-
-// The generated store, opened and prepared as the program does at start, with the lists over it.
 Fixture* fixture(benchmark::State& state)
 {
-    if (!g_fixture) {
-        g_fixture = std::make_unique<Fixture>();
-        Fixture& f = *g_fixture;
-        const QString path = f.dir.filePath(QStringLiteral("lists.vyrodata"));
-        GeneratorOptions options;
-        options.tasks = g_taskCount;
-        if (Status s = generateStore(path, options, &f.info); !s.isOk()) {
-            f.error = s.toString();
-        } else {
-            f.store = std::make_unique<ObjectContext>(managedObjectModel());
-            f.store->undoManager().setEnabled(false);
-            if (Status s = f.store->addSqliteStore(path); !s.isOk()) {
-                f.error = s.toString();
-            } else {
-                prepareStoreForWork(*f.store);
-                f.preferences = std::make_unique<Preferences>(f.dir.filePath(QStringLiteral("prefs.ini")));
-                f.views = std::make_unique<TabViewController>(*f.store, *f.preferences, f.host);
-            }
-        }
-    }
-    if (!g_fixture->error.isEmpty()) {
-        state.SkipWithError(qPrintable(g_fixture->error));
-        return nullptr;
-    }
-    return g_fixture.get();
+    return listsFixture(state, g_taskCount);
 }
 
 // Rebuilds and re-arranges `list` once per iteration; the arrangement is read so that it is computed.
@@ -230,7 +195,7 @@ void BM_RemindersOneTaskChanged(benchmark::State& state)
     TaskReminderController* controller = reminders(state);
     if (!controller)
         return;
-    ObjectContext& store = *g_fixture->store;
+    ObjectContext& store = *g_listsFixture->store;
     Task* task = static_cast<Task*>(store.allObjects(QStringLiteral("task")).front());
     const QDateTime now = QDateTime::currentDateTime();
     const QDateTime dates[2] = {now.addSecs(3600), now.addSecs(7200)};
@@ -248,6 +213,6 @@ BENCHMARK(BM_RemindersOneTaskChanged)->Unit(benchmark::kMicrosecond);
 int main(int argc, char** argv)
 {
     const int status = runBenchmarkMain(argc, argv, g_taskCount);
-    g_fixture.reset();
+    g_listsFixture.reset();
     return status;
 }

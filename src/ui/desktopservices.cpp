@@ -23,10 +23,10 @@ DesktopServices::~DesktopServices() = default;
 
 QList<HotKey> DesktopServices::hotKeysFromPreferences(const Preferences& preferences)
 {
-    const std::pair<int, const char*> rows[] = {
-        {1, "currentAppToVyroKeyboardShortcut"},
-        {2, "quickAddKeyboardShortcut"},
-        {3, "quickTypeInKeyboardShortcut"},
+    const std::pair<int, QLatin1StringView> rows[] = {
+        {1, PreferenceKey::currentAppToVyroKeyboardShortcut},
+        {2, PreferenceKey::quickAddKeyboardShortcut},
+        {3, PreferenceKey::quickTypeInKeyboardShortcut},
     };
     QList<HotKey> keys;
     for (const auto& [id, preference] : rows)

@@ -5,6 +5,7 @@
 #include "app/preferences.h"
 #include "exchange/folderclouddisk.h"
 #include "exchange/webdavclouddisk.h"
+#include "support/datafiles.h"
 #include "support/logcapture.h"
 #include "support/storefixture.h"
 
@@ -85,27 +86,6 @@ void setModified(const QString& path, const QDateTime& when)
 QStringList scratchFilesIn(const QString& folder)
 {
     return QDir(folder).entryList({QStringLiteral("*.upload-*"), QStringLiteral("*.download-*")}, QDir::Files);
-}
-
-// A data file holding one task named `taskName`.
-void writeDataFile(const QString& path, const QString& taskName)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    ObjectContext store(managedObjectModel());
-    ASSERT_TRUE(store.addSqliteStore(path).isOk());
-    store.insertNewObject<Task>(QStringLiteral("task"))->setName(taskName);
-    ASSERT_TRUE(store.save().isOk());
-}
-
-QStringList taskNamesIn(const QString& path)
-{
-    ObjectContext store(managedObjectModel());
-    if (!store.addSqliteStore(path).isOk())
-        return {QStringLiteral("<not a data file>")};
-    QStringList names;
-    for (Record* r : store.allObjects(QStringLiteral("task")))
-        names << static_cast<Task*>(r)->name();
-    return names;
 }
 
 // A lighttpd WebDAV share on loopback, user "alice" with password "secret".

@@ -2,32 +2,13 @@
 #include "app/preferences.h"
 #include "exchange/clouddisk.h"
 #include "exchange/dotmacsynccontroller.h"
+#include "support/datafiles.h"
 #include "support/storefixture.h"
 #include "ui/desktopservices.h"
 
 #include <QDir>
 
 namespace {
-
-void writeDataFile(const QString& path, const QString& taskName)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    ObjectContext store(managedObjectModel());
-    ASSERT_TRUE(store.addSqliteStore(path).isOk());
-    store.insertNewObject<Task>(QStringLiteral("task"))->setName(taskName);
-    ASSERT_TRUE(store.save().isOk());
-}
-
-QStringList taskNamesIn(const QString& path)
-{
-    ObjectContext store(managedObjectModel());
-    if (!store.addSqliteStore(path).isOk())
-        return {QStringLiteral("<not a data file>")};
-    QStringList names;
-    for (Record* r : store.allObjects(QStringLiteral("task")))
-        names << static_cast<Task*>(r)->name();
-    return names;
-}
 
 // The desktop program's start-up download and quit upload, with the account its preferences name.
 class CloudTransferTest : public ::testing::Test {
