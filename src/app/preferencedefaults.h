@@ -79,6 +79,12 @@ inline constexpr QLatin1StringView dotMacWaitingForFirstSync{"dotMacWaitingForFi
 inline constexpr QLatin1StringView cloudDiskServer{"cloudDiskServer"};
 inline constexpr QLatin1StringView cloudDiskUser{"cloudDiskUser"};
 inline constexpr QLatin1StringView cloudDiskFolder{"cloudDiskFolder"};
+// The calendar server: its address (the user's CalDAV address or any address the server discovers
+// from) and user name; the password lives in the desktop keyring. The after-sync command is an
+// argument vector, one argument a line.
+inline constexpr QLatin1StringView calendarServer{"calendarServer"};
+inline constexpr QLatin1StringView calendarUser{"calendarUser"};
+inline constexpr QLatin1StringView afterSyncCommand{"afterSyncCommand"};
 inline constexpr QLatin1StringView hideApplicationIfWindowNotActive{"hideApplicationIfWindowNotActive"};
 inline constexpr QLatin1StringView hideApplicationIfWindowNotActiveAfterSeconds{"hideApplicationIfWindowNotActiveAfterSeconds"};
 inline constexpr QLatin1StringView autoSave{"autoSave"};

@@ -3,12 +3,10 @@
 #include "app/preferencedefaults.h"
 #include "app/preferences.h"
 #include "exchange/folderclouddisk.h"
+#include "exchange/keyringpassword.h"
 #include "exchange/webdavclouddisk.h"
 
-#include <QCoreApplication>
 #include <QUrl>
-
-#include <qt6keychain/keychain.h>
 
 CloudDiskAccount cloudDiskAccountFrom(const Preferences& preferences)
 {
@@ -22,39 +20,19 @@ QString cloudDiskKeyringKey(const CloudDiskAccount& account)
     return account.user + QLatin1Char('@') + account.server;
 }
 
+KeyringEntry cloudDiskKeyringEntry(const CloudDiskAccount& account)
+{
+    return {cloudDiskKeyringKey(account), QString(cloudDiskPasswordVariable), QStringLiteral("the cloud disk")};
+}
+
 void readCloudDiskPassword(const CloudDiskAccount& account, std::function<void(Result<QString>)> done)
 {
-    if (qEnvironmentVariableIsSet(cloudDiskPasswordVariable.data())) {
-        const QString password = qEnvironmentVariable(cloudDiskPasswordVariable.data());
-        QMetaObject::invokeMethod(QCoreApplication::instance(), [done, password] { done(password); }, Qt::QueuedConnection);
-        return;
-    }
-    auto* job = new QKeychain::ReadPasswordJob(QString(cloudDiskKeyringService));
-    job->setKey(cloudDiskKeyringKey(account));
-    QObject::connect(job, &QKeychain::Job::finished, job, [done](QKeychain::Job* finished) {
-        auto* read = static_cast<QKeychain::ReadPasswordJob*>(finished);
-        if (read->error() == QKeychain::NoError)
-            done(read->textData());
-        else if (read->error() == QKeychain::EntryNotFound)
-            done(Status::notFound(QStringLiteral("no password for the cloud disk in the keyring")));
-        else
-            done(Status::ioError(QStringLiteral("the keyring did not give the password: ") + read->errorString()));
-    });
-    job->start();
+    readKeyringPassword(cloudDiskKeyringEntry(account), std::move(done));
 }
 
 void writeCloudDiskPassword(const CloudDiskAccount& account, const QString& password, std::function<void(Status)> done)
 {
-    auto* job = new QKeychain::WritePasswordJob(QString(cloudDiskKeyringService));
-    job->setKey(cloudDiskKeyringKey(account));
-    job->setTextData(password);
-    QObject::connect(job, &QKeychain::Job::finished, job, [done](QKeychain::Job* finished) {
-        if (finished->error() == QKeychain::NoError)
-            done(Status::ok());
-        else
-            done(Status::ioError(QStringLiteral("the keyring did not keep the password: ") + finished->errorString()));
-    });
-    job->start();
+    writeKeyringPassword(cloudDiskKeyringEntry(account), password, std::move(done));
 }
 
 void openCloudDisk(const CloudDiskAccount& account, std::function<void(Result<std::unique_ptr<CloudDisk>>)> done)

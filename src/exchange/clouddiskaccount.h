@@ -19,7 +19,6 @@ struct CloudDiskAccount {
 };
 
 inline constexpr QLatin1StringView cloudDiskPasswordVariable{"VYRO_WEBDAV_PASSWORD"};
-inline constexpr QLatin1StringView cloudDiskKeyringService{"Vyro"};
 
 CloudDiskAccount cloudDiskAccountFrom(const Preferences& preferences);
 

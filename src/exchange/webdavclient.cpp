@@ -40,6 +40,8 @@ WebDavOutcome outcomeOf(QNetworkReply* reply)
         outcome.kind = WebDavOutcome::Kind::NotFound;
     else if (code == 401 || code == 403)
         outcome.kind = WebDavOutcome::Kind::Unauthorized;
+    else if (code == 412)
+        outcome.kind = WebDavOutcome::Kind::PreconditionFailed;
     else
         outcome.kind = WebDavOutcome::Kind::Failed;
     return outcome;
@@ -94,10 +96,19 @@ QUrl WebDavClient::urlFor(const QString& path) const
     return url;
 }
 
-QNetworkReply* WebDavClient::send(const QByteArray& verb, const QString& path, QIODevice* body,
-                                  const QList<std::pair<QByteArray, QByteArray>>& headers)
+QUrl WebDavClient::resolve(const QString& href) const
 {
-    QNetworkRequest request(urlFor(path));
+    return m_base.resolved(QUrl::fromEncoded(href.toUtf8()));
+}
+
+QNetworkReply* WebDavClient::send(const QByteArray& verb, const QString& path, QIODevice* body, const Headers& headers)
+{
+    return sendTo(verb, urlFor(path), body, headers);
+}
+
+QNetworkReply* WebDavClient::sendTo(const QByteArray& verb, const QUrl& url, QIODevice* body, const Headers& headers)
+{
+    QNetworkRequest request(url);
     request.setTransferTimeout(m_timeoutMs);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     if (!m_user.isEmpty()) {
@@ -222,5 +233,22 @@ void WebDavClient::remove(const QString& path, Done done)
         if (outcome.kind == WebDavOutcome::Kind::NotFound)
             outcome.kind = WebDavOutcome::Kind::Ok;
         done(outcome);
+    });
+}
+
+void WebDavClient::request(const QByteArray& verb, const QUrl& url, const QByteArray& body, const Headers& headers,
+                           std::function<void(const Reply&)> done)
+{
+    QBuffer* buffer = nullptr;
+    if (!body.isNull()) {
+        buffer = new QBuffer;
+        buffer->setData(body);
+        buffer->open(QIODevice::ReadOnly);
+    }
+    QNetworkReply* reply = sendTo(verb, url, buffer, headers);
+    if (buffer)
+        buffer->setParent(reply);
+    watch(reply, [done = std::move(done)](QNetworkReply* reply, const WebDavOutcome& outcome) {
+        done(Reply{outcome, reply->readAll(), reply->rawHeader("ETag")});
     });
 }

@@ -12,9 +12,10 @@ class QNetworkAccessManager;
 class QNetworkReply;
 
 // What became of one WebDAV request. `NoAnswer` covers refused connections, timeouts and connections
-// dropped mid-transfer; `Unauthorized` is a 401 or 403 after the credentials were offered.
+// dropped mid-transfer; `Unauthorized` is a 401 or 403 after the credentials were offered;
+// `PreconditionFailed` a 412 (an If-Match or If-None-Match that did not hold).
 struct WebDavOutcome {
-    enum class Kind { Ok, NotFound, Unauthorized, NotWebDav, NoAnswer, Failed };
+    enum class Kind { Ok, NotFound, Unauthorized, NotWebDav, NoAnswer, PreconditionFailed, Failed };
     Kind kind = Kind::Ok;
     int httpStatus = 0;
     QString detail; // for the log: the server's status line or the network error
@@ -28,6 +29,13 @@ class WebDavClient : public QObject
 {
     Q_OBJECT
 public:
+    using Headers = QList<std::pair<QByteArray, QByteArray>>;
+    // A whole answer held in memory: for the small requests of the calendar protocol.
+    struct Reply {
+        WebDavOutcome outcome;
+        QByteArray body;
+        QByteArray etag; // the ETag header, as sent
+    };
     using Done = std::function<void(const WebDavOutcome&)>;
     using DateDone = std::function<void(const WebDavOutcome&, const QDateTime& lastModified)>;
 
@@ -50,9 +58,15 @@ public:
     // DELETE; a missing resource counts as deleted.
     void remove(const QString& path, Done done);
 
+    // Any request to `url` (on the same server; see resolve) with an in-memory body and answer.
+    void request(const QByteArray& verb, const QUrl& url, const QByteArray& body, const Headers& headers,
+                 std::function<void(const Reply&)> done);
+    // An href the server gave (an absolute path, already encoded) as a URL on the base's server.
+    QUrl resolve(const QString& href) const;
+
 private:
-    QNetworkReply* send(const QByteArray& verb, const QString& path, QIODevice* body,
-                        const QList<std::pair<QByteArray, QByteArray>>& headers = {});
+    QNetworkReply* send(const QByteArray& verb, const QString& path, QIODevice* body, const Headers& headers = {});
+    QNetworkReply* sendTo(const QByteArray& verb, const QUrl& url, QIODevice* body, const Headers& headers);
     void watch(QNetworkReply* reply, std::function<void(QNetworkReply*, WebDavOutcome)> finish);
 
     QUrl m_base;

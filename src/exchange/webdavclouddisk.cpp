@@ -14,6 +14,7 @@ CloudDisk::Answer answerOf(const WebDavOutcome& outcome, CloudDisk::Failure othe
     case Kind::NoAnswer: answer.failure = CloudDisk::Failure::NoAccess; break;
     case Kind::NotFound:
     case Kind::NotWebDav:
+    case Kind::PreconditionFailed:
     case Kind::Failed: answer.failure = otherwise; break;
     }
     return answer;
