@@ -29,6 +29,11 @@ public:
     virtual void backupAtStartup(const QString& /*dataFilePath*/) {}
     // At quit, after the last save, when the cloud-disk copy is on and the first download happened.
     virtual void uploadDataToCloudDisk(const QString& /*dataFilePath*/) {}
+    // The calendar sync runs from the event loop; waitForSync lets it (and the after-sync command) end
+    // first, as quitting must.
     virtual void doSync() {}
     virtual void doiSync() {}
+    virtual void waitForSync() {}
+    // Forgets the calendar sync's state; answers the message for the user.
+    virtual QString forgetCalendarServer() { return {}; }
 };

@@ -80,8 +80,8 @@ inline constexpr QLatin1StringView cloudDiskServer{"cloudDiskServer"};
 inline constexpr QLatin1StringView cloudDiskUser{"cloudDiskUser"};
 inline constexpr QLatin1StringView cloudDiskFolder{"cloudDiskFolder"};
 // The calendar server: its address (the user's CalDAV address or any address the server discovers
-// from) and user name; the password lives in the desktop keyring. The after-sync command is an
-// argument vector, one argument a line.
+// from) and user name; the password lives in the desktop keyring. The after-sync command is a
+// program and its arguments, split as QProcess::splitCommand does (quotes group), never given to a shell.
 inline constexpr QLatin1StringView calendarServer{"calendarServer"};
 inline constexpr QLatin1StringView calendarUser{"calendarUser"};
 inline constexpr QLatin1StringView afterSyncCommand{"afterSyncCommand"};

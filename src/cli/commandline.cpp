@@ -52,6 +52,9 @@ const Command kCommands[] = {
     {"folders", runFolders, "folders [--contexts|--projects|--smart-folders|--archive]   folders with their counters"},
     {"cloud", runCloud, "cloud download|upload [--server URL --user NAME] [--folder DIR]\n"
                         "                      the cloud disk copy of the data file (password: keyring or VYRO_WEBDAV_PASSWORD)", false},
+    {"sync", runSync, "sync [--server URL --user NAME] | --forget\n"
+                      "                      sync the synchronizable contexts with the calendar server (password: keyring or\n"
+                      "                      VYRO_CALDAV_PASSWORD); --forget forgets the last sync's state", true},
     {"check-version", runCheckVersion, "check-version       whether a newer release is out, as the Help menu's check says", false},
 };
 

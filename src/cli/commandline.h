@@ -108,6 +108,7 @@ int runCloud(CommandEnvironment& env);
 int runBackup(CommandEnvironment& env);
 int runRestore(CommandEnvironment& env);
 int runImport(CommandEnvironment& env);
+int runSync(CommandEnvironment& env);
 
 // Whether the arguments ask for the desktop program: nothing but usable "--data-dir" options (whose
 // folder is put in `dataFolder`) and things to open once it is up (links such as "vyro://…" or

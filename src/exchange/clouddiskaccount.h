@@ -1,6 +1,7 @@
 #pragma once
 
 #include "exchange/clouddisk.h"
+#include "exchange/keyringpassword.h"
 #include "store/status.h"
 
 #include <QString>
@@ -24,6 +25,7 @@ CloudDiskAccount cloudDiskAccountFrom(const Preferences& preferences);
 
 // The keyring entry's key: "user@server".
 QString cloudDiskKeyringKey(const CloudDiskAccount& account);
+KeyringEntry cloudDiskKeyringEntry(const CloudDiskAccount& account);
 
 // The password: VYRO_WEBDAV_PASSWORD when it is set (scripts and tests), else the desktop keyring.
 // Answers from the event loop.

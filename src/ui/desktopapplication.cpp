@@ -193,6 +193,7 @@ bool DesktopApplication::applicationShouldTerminate()
         if (m_preferences->boolForKey("iSyncWhenQuittingApp") || m_preferences->boolForKey("iSyncWhenSyncing"))
             m_services->doiSync();
     }
+    m_services->waitForSync(); // also one started before, which must not be cut off
     m_window->saveWindowState();
     m_window->saveLastUsedTab();
     m_window->saveSelectedObjects();
@@ -350,6 +351,7 @@ void DesktopApplication::showPreferences(bool quickTags)
         services.rebuildStatusMenu = [this] { m_services->buildStatusMenus(); };
         services.rebuildQuickTagsMenu = [this] { m_window->rebuildQuickTagsMenu(); };
         services.updateBadge = [this] { updateBadge(); };
+        services.forgetCalendarServer = [this] { return m_services->forgetCalendarServer(); };
         services.askQuestion = [this](const QString& title, const QString& text, const QString& yes, const QString& no) {
             return m_dialogs->confirm(&m_window->window(), title, text, yes, no);
         };

@@ -8,6 +8,7 @@
 #include "lists/listhost.h"
 #include "platform/desktopnotifier.h"
 #include "platform/globalhotkeys.h"
+#include "ui/calendarsyncrunner.h"
 #include "platform/launcherbadge.h"
 #include "store/log.h"
 #include "ui/desktopapplication.h"
@@ -149,4 +150,35 @@ void DesktopServices::downloadDataFromCloudDisk(const QString& dataFilePath)
 void DesktopServices::uploadDataToCloudDisk(const QString& dataFilePath)
 {
     transferWithCloudDisk(true, dataFilePath, m_cloudDiskReport);
+}
+
+CalendarSyncRunner* DesktopServices::calendarSync()
+{
+    if (!m_sync && m_application)
+        m_sync = new CalendarSyncRunner(*m_application, this);
+    return m_sync;
+}
+
+void DesktopServices::doSync()
+{
+    if (CalendarSyncRunner* sync = calendarSync())
+        sync->sync();
+}
+
+void DesktopServices::doiSync()
+{
+    if (CalendarSyncRunner* sync = calendarSync())
+        sync->afterSync();
+}
+
+void DesktopServices::waitForSync()
+{
+    if (m_sync)
+        m_sync->waitUntilIdle();
+}
+
+QString DesktopServices::forgetCalendarServer()
+{
+    CalendarSyncRunner* sync = calendarSync();
+    return sync ? sync->forget() : QString();
 }

@@ -14,6 +14,7 @@ struct HotKey;
 class DesktopNotifier;
 class LauncherBadge;
 class TrayIcon;
+class CalendarSyncRunner;
 
 // The desktop session's services for the running program: global hot keys, the tray and its menus, the
 // launcher badge and the notifications. Each piece is chosen once, by what the session offers, and the
@@ -48,10 +49,17 @@ public:
     using CloudDiskReport = std::function<void(const QString& title, const QString& message)>;
     void setCloudDiskReport(CloudDiskReport report) { m_cloudDiskReport = std::move(report); }
 
+    // The calendar sync, with the window's status line and alert.
+    void doSync() override;
+    void doiSync() override;
+    void waitForSync() override;
+    QString forgetCalendarServer() override;
+
     TrayIcon* trayIcon() const { return m_tray.get(); }
 
 private:
     void hotKeyPressed(int id);
+    CalendarSyncRunner* calendarSync();
 
     DesktopApplication* m_application = nullptr;
     // Chosen at the first registration, when the application object exists.
@@ -62,4 +70,5 @@ private:
     int m_count = 0;
     bool m_noTrayLogged = false;
     CloudDiskReport m_cloudDiskReport;
+    CalendarSyncRunner* m_sync = nullptr; // made at the first use, when the store is open
 };

@@ -3,6 +3,7 @@
 #include "app/preferencedefaults.h"
 #include "app/preferences.h"
 #include "exchange/clouddiskaccount.h"
+#include "exchange/synccontroller.h"
 
 #include <QCheckBox>
 #include <QColorDialog>
@@ -224,6 +225,15 @@ QWidget* PreferencesWindow::buildSyncTab()
     auto* page = new QWidget;
     QFormLayout* form = formOn(page);
     form->addRow(section(tr("Calendar server")));
+    form->addRow(tr("CalDAV server:"), textField(Key::calendarServer, tr("Calendar server address"), u"https://cloud.example.org/remote.php/dav"_s));
+    form->addRow(tr("User:"), textField(Key::calendarUser, tr("Calendar server user name"), QString()));
+    form->addRow(tr("Password:"), passwordField(u"calendarPassword"_s, tr("Calendar server password"), [this]() -> std::optional<KeyringEntry> {
+        const CalendarAccount account = calendarAccountFrom(m_preferences);
+        if (account.server.isEmpty() || account.user.isEmpty())
+            return std::nullopt;
+        return calendarKeyringEntry(account);
+    }));
+    form->addRow(QString(), forgetCalendarServerButton());
     form->addRow(tr("Send:"), integerChoice(Key::syncTasksMode, tr("Tasks to send"),
                                             {{tr("All tasks"), 0},
                                              {tr("Open tasks, not waiting or maybe"), 1},
@@ -234,6 +244,7 @@ QWidget* PreferencesWindow::buildSyncTab()
     form->addRow(boolBox(Key::syncWhenWindowLostsFocus, tr("Sync when the program goes to the background")));
     form->addRow(boolBox(Key::syncWhenQuittingApp, tr("Sync when quitting")));
     form->addRow(section(tr("After-sync command")));
+    form->addRow(tr("Command:"), textField(Key::afterSyncCommand, tr("After-sync command"), u"vdirsyncer sync"_s));
     form->addRow(boolBox(Key::iSyncWhenSyncing, tr("Run it after every sync")));
     form->addRow(boolBox(Key::iSyncWhenWindowLostsFocus, tr("Run it after the sync in the background")));
     form->addRow(boolBox(Key::iSyncWhenQuittingApp, tr("Run it after the sync at quit")));
@@ -241,7 +252,12 @@ QWidget* PreferencesWindow::buildSyncTab()
     form->addRow(boolBox(Key::dotMac14SyncingEnabled, tr("Keep the data file in step through the cloud disk")));
     form->addRow(tr("WebDAV server:"), textField(Key::cloudDiskServer, tr("Cloud disk server address"), u"https://cloud.example.org/remote.php/webdav"_s));
     form->addRow(tr("User:"), textField(Key::cloudDiskUser, tr("Cloud disk user name"), QString()));
-    form->addRow(tr("Password:"), cloudDiskPasswordField());
+    form->addRow(tr("Password:"), passwordField(u"cloudDiskPassword"_s, tr("Cloud disk password"), [this]() -> std::optional<KeyringEntry> {
+        const CloudDiskAccount account = cloudDiskAccountFrom(m_preferences);
+        if (account.server.isEmpty() || account.user.isEmpty())
+            return std::nullopt;
+        return cloudDiskKeyringEntry(account);
+    }));
     form->addRow(tr("Or a folder:"), textField(Key::cloudDiskFolder, tr("Cloud disk folder kept by a sync client"),
                                                  tr("A folder a sync client keeps; it wins over the server")));
     return page;
@@ -377,38 +393,58 @@ QWidget* PreferencesWindow::textField(QLatin1StringView key, const QString& acce
     return edit;
 }
 
-QWidget* PreferencesWindow::cloudDiskPasswordField()
+QWidget* PreferencesWindow::passwordField(const QString& name, const QString& accessibleName,
+                                          std::function<std::optional<KeyringEntry>()> entry)
 {
     auto* box = new QWidget;
     auto* row = new QHBoxLayout(box);
     row->setContentsMargins(0, 0, 0, 0);
     auto* edit = new QLineEdit;
-    edit->setObjectName(u"cloudDiskPassword"_s);
-    edit->setAccessibleName(tr("Cloud disk password"));
+    edit->setObjectName(name);
+    edit->setAccessibleName(accessibleName);
     edit->setEchoMode(QLineEdit::Password);
     edit->setPlaceholderText(tr("Kept in the desktop keyring"));
     auto* outcome = new QLabel;
-    outcome->setObjectName(u"cloudDiskPasswordOutcome"_s);
+    outcome->setObjectName(name + u"Outcome"_s);
     outcome->setAccessibleName(tr("Where the password was kept"));
     row->addWidget(edit, 1);
     row->addWidget(outcome);
-    connect(edit, &QLineEdit::editingFinished, this, [this, edit, outcome] {
+    connect(edit, &QLineEdit::editingFinished, this, [edit, outcome, entry] {
         if (edit->text().isEmpty())
             return;
-        const CloudDiskAccount account = cloudDiskAccountFrom(m_preferences);
-        if (account.server.isEmpty() || account.user.isEmpty()) {
+        const std::optional<KeyringEntry> where = entry();
+        if (!where) {
             outcome->setText(tr("Give the server and the user first"));
             return;
         }
         const QString password = edit->text();
         edit->clear();
         QPointer<QLabel> label = outcome;
-        writeCloudDiskPassword(account, password, [label](Status s) {
+        writeKeyringPassword(*where, password, [label](Status s) {
             if (label)
                 label->setText(s.isOk() ? tr("Kept in the keyring") : tr("Not kept: %1").arg(s.message()));
         });
     });
     return box;
+}
+
+QWidget* PreferencesWindow::forgetCalendarServerButton()
+{
+    auto* button = new QPushButton(tr("Forget This Server"));
+    button->setObjectName(u"forgetCalendarServer"_s);
+    button->setAccessibleName(tr("Forget the state of the sync with this calendar server"));
+    button->setToolTip(tr("The next sync then starts afresh; the tasks stay where they are on both sides"));
+    connect(button, &QPushButton::clicked, this, [this] {
+        if (!m_services.forgetCalendarServer)
+            return;
+        const QString message = m_services.forgetCalendarServer();
+        QMessageBox box(QMessageBox::Information, QString(SyncText::forgetTitle), message, QMessageBox::Ok, this);
+        box.setObjectName(u"forgetCalendarServerAlert"_s);
+        box.setAccessibleName(QString(SyncText::forgetTitle));
+        box.button(QMessageBox::Ok)->setText(QString(SyncText::button));
+        box.exec();
+    });
+    return button;
 }
 
 void PreferencesWindow::loadAll()

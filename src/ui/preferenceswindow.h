@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/preferencessheetcontroller.h"
+#include "exchange/keyringpassword.h"
 
 #include <QColor>
 #include <QDialog>
@@ -29,6 +30,8 @@ struct PreferencesWindowServices {
     std::function<QString(QWidget* parent, const QString& startFolder)> chooseFolder;
     // A colour chosen by the user; nullopt when cancelled.
     std::function<std::optional<QColor>(QWidget* parent, const QColor& initial)> chooseColour;
+    // Forgets the calendar sync's state; answers the message for the user.
+    std::function<QString()> forgetCalendarServer;
 };
 
 // The preferences window: every preference a user sets, in tabs, each widget bound to its key (a change
@@ -96,7 +99,10 @@ private:
     QWidget* textField(QLatin1StringView key, const QString& accessibleName, const QString& placeholder);
     // The cloud disk's password: written to the desktop keyring when editing ends, never to the
     // preferences file.
-    QWidget* cloudDiskPasswordField();
+    // A password written to the keyring under the entry the account fields name (none: not complete).
+    QWidget* passwordField(const QString& name, const QString& accessibleName,
+                           std::function<std::optional<KeyringEntry>()> entry);
+    QWidget* forgetCalendarServerButton();
     void chooseColour();
     void chooseDataFolder();
     void loadAll();

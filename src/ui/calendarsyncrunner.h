@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+#include <functional>
+
+class DesktopApplication;
+class SyncController;
+
+// The window's side of the calendar sync: starts it from the toolbar, the background and quit, shows
+// its progress in the status line and busy indicator, and its message in the "Syncing status" alert.
+class CalendarSyncRunner : public QObject {
+    Q_OBJECT
+public:
+    explicit CalendarSyncRunner(DesktopApplication& application, QObject* parent = nullptr);
+    ~CalendarSyncRunner() override;
+
+    void sync();
+    // After the running sync when there is one, else now; nothing when the sync runs it by itself.
+    void afterSync();
+    // Runs the event loop (the window keeps painting) until the sync and the after-sync command ended.
+    void waitUntilIdle();
+    QString forget();
+
+    // Where the message goes instead of an alert (tests).
+    using Report = std::function<void(const QString& title, const QString& message)>;
+    void setReport(Report report) { m_report = std::move(report); }
+
+private:
+    void finished(const QString& message);
+
+    DesktopApplication& m_application;
+    SyncController* m_controller;
+    Report m_report;
+    bool m_afterSyncPending = false;
+    bool m_afterSyncRunning = false;
+};
