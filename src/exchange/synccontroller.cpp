@@ -343,6 +343,7 @@ void SyncController::merge()
         }
     }
     m_pass->stages = {calendars, resources, removals};
+    Q_EMIT statusLineChanged(QString(SyncText::sending));
     write();
 }
 

@@ -37,6 +37,7 @@ inline constexpr QLatin1StringView forgetTitle{"Calendar server"};
 inline constexpr QLatin1StringView forgotten{"Vyro unregistered successfuly.\nPlease remove all old entries from the calendar server before syncing again.\nOtherwise some duplicates of your Vyro entries may be created."};
 inline constexpr QLatin1StringView notRegistered{"Vyro was not registered in the calendar server."};
 inline constexpr QLatin1StringView startingSession{"Starting session..."};
+inline constexpr QLatin1StringView sending{"Sending changes..."};
 inline constexpr QLatin1StringView afterSyncFinished{"After-sync command finished."};
 } // namespace SyncText
 
