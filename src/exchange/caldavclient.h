@@ -9,6 +9,9 @@
 #include <QUrl>
 
 #include <functional>
+#include <memory>
+
+struct DavMultistatus;
 
 // One collection under the user's calendar home.
 struct CalDavCollection {
@@ -80,5 +83,16 @@ public:
     void deleteResource(const QString& href, const QString& ifMatch, Done done);
 
 private:
+    struct FetchState;
+
+    // PROPFIND, REPORT or PROPPATCH whose answer must be a 207 Multi-Status; any other success is
+    // NotWebDav.
+    void davRequest(const QByteArray& verb, const QUrl& url, const QByteArray& depth, const QByteArray& body,
+                    std::function<void(const WebDavOutcome&, const DavMultistatus&)> done);
+    void findPrincipal(const QUrl& url, std::function<void(const WebDavOutcome&, const QString&)> done);
+    void findHome(const QString& principalHref, Answer<QString> done);
+    void discoverWellKnown(const WebDavOutcome& rootOutcome, Answer<QString> done);
+    void fetchBatch(const std::shared_ptr<FetchState>& state);
+
     WebDavClient* m_dav;
 };

@@ -249,6 +249,6 @@ void WebDavClient::request(const QByteArray& verb, const QUrl& url, const QByteA
     if (buffer)
         buffer->setParent(reply);
     watch(reply, [done = std::move(done)](QNetworkReply* reply, const WebDavOutcome& outcome) {
-        done(Reply{outcome, reply->readAll(), reply->rawHeader("ETag")});
+        done(Reply{outcome, reply->readAll(), reply->rawHeader("ETag"), reply->rawHeader("Location")});
     });
 }
