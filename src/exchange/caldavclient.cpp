@@ -59,6 +59,15 @@ QString firstHref(const DavMultistatus& answer, const QString& key)
     return {};
 }
 
+// XML turns the CRLF line ends of calendar data into LF on reading; iCalendar wants them back.
+QByteArray withCrLf(const QString& text)
+{
+    QByteArray data = text.toUtf8();
+    data.replace("\r\n", "\n");
+    data.replace('\n', "\r\n");
+    return data;
+}
+
 WebDavOutcome failed(const QString& detail)
 {
     return WebDavOutcome{Kind::Failed, 0, detail};
@@ -338,7 +347,7 @@ void CalDavClient::fetchBatch(const std::shared_ptr<FetchState>& state)
             if (isMissing(response) || !data)
                 continue;
             state->fetched << CalDavResource{hrefPath(response.href), response.text(DavKey::dav("getetag")).trimmed(),
-                                             data->text.toUtf8()};
+                                             withCrLf(data->text)};
         }
         if (state->next < state->hrefs.size())
             fetchBatch(state);
