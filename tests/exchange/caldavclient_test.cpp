@@ -1,6 +1,7 @@
 #include "exchange/caldavclient.h"
 
 #include "exchange/davmultistatus.h"
+#include "support/cannedhttpserver.h"
 #include "support/radicaleserver.h"
 
 #include <QCoreApplication>
@@ -9,8 +10,6 @@
 #include <QFile>
 #include <QHash>
 #include <QSet>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -154,20 +153,19 @@ TEST_F(CalDavClientTest, ListsTheHomesCollectionsWithWhatTheyHold)
     const QString events = QStringLiteral("/alice/listed-events/");
     const QString contacts = QStringLiteral("/alice/listed-contacts/");
     ASSERT_TRUE(awaitDone([&](auto done) { m_client->makeCalendar(tasks, QStringLiteral("@Home & <Office>"), done); }).isOk());
+    // Collections of other kinds, made the way other clients make them.
     WebDavClient dav(s_server->url(), QStringLiteral("alice"), QStringLiteral("secret"));
-    const QByteArray eventsOnly = "<?xml version=\"1.0\"?><C:mkcalendar xmlns:D=\"DAV:\" xmlns:C=\"urn:ietf:params:xml:ns:caldav\">"
-                                  "<D:set><D:prop><C:supported-calendar-component-set><C:comp name=\"VEVENT\"/>"
-                                  "</C:supported-calendar-component-set></D:prop></D:set></C:mkcalendar>";
-    const auto made = await<int>([&](auto answer) {
-        dav.request("MKCALENDAR", dav.resolve(events), eventsOnly, {}, [answer](const WebDavClient::Reply& reply) { answer(reply.outcome, 0); });
-    });
-    ASSERT_TRUE(made.first.isOk()) << made.first.detail.toStdString();
-    const QByteArray addressBook = "<?xml version=\"1.0\"?><D:mkcol xmlns:D=\"DAV:\" xmlns:A=\"urn:ietf:params:xml:ns:carddav\">"
-                                   "<D:set><D:prop><D:resourcetype><D:collection/><A:addressbook/></D:resourcetype></D:prop></D:set></D:mkcol>";
-    const auto madeBook = await<int>([&](auto answer) {
-        dav.request("MKCOL", dav.resolve(contacts), addressBook, {}, [answer](const WebDavClient::Reply& reply) { answer(reply.outcome, 0); });
-    });
-    ASSERT_TRUE(madeBook.first.isOk()) << madeBook.first.detail.toStdString();
+    auto make = [&](const QByteArray& verb, const QString& href, const QByteArray& body) {
+        const auto [outcome, unused] = await<int>([&](auto answer) {
+            dav.request(verb, dav.resolve(href), body, {}, [answer](const WebDavClient::Reply& reply) { answer(reply.outcome, 0); });
+        });
+        EXPECT_TRUE(outcome.isOk()) << href.toStdString() << ": " << outcome.detail.toStdString();
+    };
+    make("MKCALENDAR", events, "<C:mkcalendar xmlns:D=\"DAV:\" xmlns:C=\"urn:ietf:params:xml:ns:caldav\"><D:set><D:prop>"
+                               "<C:supported-calendar-component-set><C:comp name=\"VEVENT\"/></C:supported-calendar-component-set>"
+                               "</D:prop></D:set></C:mkcalendar>");
+    make("MKCOL", contacts, "<D:mkcol xmlns:D=\"DAV:\" xmlns:A=\"urn:ietf:params:xml:ns:carddav\"><D:set><D:prop><D:resourcetype>"
+                            "<D:collection/><A:addressbook/></D:resourcetype></D:prop></D:set></D:mkcol>");
 
     auto list = [&] {
         const auto [outcome, collections] = await<QList<CalDavCollection>>([&](auto done) { m_client->listCollections(s_server->homeHref(), done); });
@@ -340,15 +338,12 @@ TEST_F(CalDavClientTest, DeleteHoldsOnlyWhenTheEtagStillDoes)
     EXPECT_TRUE(resources.isEmpty());
 }
 
-TEST_F(CalDavClientTest, AWrongPasswordIsUnauthorizedEverywhere)
+TEST_F(CalDavClientTest, AWrongPasswordIsUnauthorized)
 {
     CalDavClient client(s_server->url(), QStringLiteral("alice"), QStringLiteral("wrong"));
     EXPECT_EQ(await<QString>([&](auto done) { client.discoverCalendarHome(done); }).first.kind, Kind::Unauthorized);
-    EXPECT_EQ(await<QList<CalDavCollection>>([&](auto done) { client.listCollections(s_server->homeHref(), done); }).first.kind,
-              Kind::Unauthorized);
+    // Not taken for a refused sync token.
     EXPECT_EQ(await<CalDavChanges>([&](auto done) { client.changesSince(QStringLiteral("/alice/x/"), QStringLiteral("t"), done); }).first.kind,
-              Kind::Unauthorized);
-    EXPECT_EQ(await<QString>([&](auto done) { client.putResource(QStringLiteral("/alice/x/y.ics"), "x", QString(), done); }).first.kind,
               Kind::Unauthorized);
 }
 
@@ -369,75 +364,32 @@ TEST(CalDavClientDown, AServerThatIsGoneGivesNoAnswer)
     EXPECT_EQ(await<CalDavChanges>([&](auto done) { client.changesSince(home, QString(), done); }).first.kind, Kind::NoAnswer);
 }
 
-// A server of canned answers, for what Radicale does not do: it answers each "VERB path" with its
-// entry, and 404 otherwise.
-class CannedServer {
-public:
-    struct Answer {
-        QByteArray statusLine;
-        QByteArray headers;
-        QByteArray body;
-    };
-    explicit CannedServer(QHash<QByteArray, Answer> answers) : m_answers(std::move(answers))
-    {
-        m_server.listen(QHostAddress::LocalHost, 0);
-        QObject::connect(&m_server, &QTcpServer::newConnection, [this] {
-            while (QTcpSocket* socket = m_server.nextPendingConnection())
-                serve(socket);
-        });
-    }
-    QUrl url() const { return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(m_server.serverPort())); }
-    QByteArrayList asked;
-
-private:
-    void serve(QTcpSocket* socket)
-    {
-        auto buffer = std::make_shared<QByteArray>();
-        QObject::connect(socket, &QTcpSocket::readyRead, socket, [this, socket, buffer] {
-            *buffer += socket->readAll();
-            const qsizetype headEnd = buffer->indexOf("\r\n\r\n");
-            if (headEnd < 0)
-                return;
-            const QByteArray head = buffer->left(headEnd);
-            qsizetype length = 0;
-            for (const QByteArray& line : head.split('\n'))
-                if (line.toLower().startsWith("content-length:"))
-                    length = line.mid(15).trimmed().toLongLong();
-            if (buffer->size() < headEnd + 4 + length)
-                return;
-            const QList<QByteArray> words = head.left(head.indexOf("\r\n")).split(' ');
-            const QByteArray key = words.value(0) + ' ' + words.value(1);
-            asked << key;
-            const Answer answer = m_answers.value(key, Answer{"404 Not Found", {}, {}});
-            socket->write("HTTP/1.1 " + answer.statusLine + "\r\n" + answer.headers + "Content-Length: "
-                          + QByteArray::number(answer.body.size()) + "\r\nConnection: close\r\n\r\n" + answer.body);
-            socket->disconnectFromHost();
-            buffer->clear();
-        });
-        QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-    }
-
-    QTcpServer m_server;
-    QHash<QByteArray, Answer> m_answers;
-};
-
 QByteArray multistatus(const QByteArray& href, const QByteArray& prop)
 {
     return "<?xml version=\"1.0\"?><d:multistatus xmlns:d=\"DAV:\" xmlns:cal=\"urn:ietf:params:xml:ns:caldav\"><d:response><d:href>" + href
            + "</d:href><d:propstat><d:prop>" + prop + "</d:prop><d:status>HTTP/1.1 200 OK</d:status></d:propstat></d:response></d:multistatus>";
 }
 
+TEST(CalDavClientDown, AServerThatHangsGivesNoAnswerAfterTheTimeout)
+{
+    ensureApplication();
+    CannedHttpServer server({{"PROPFIND /", CannedHttpServer::Answer{}}});
+    CalDavClient client(server.url(), QString(), QString());
+    client.setTimeout(200);
+    EXPECT_EQ(await<QString>([&](auto done) { client.discoverCalendarHome(done); }).first.kind, Kind::NoAnswer);
+}
+
 TEST(CalDavDiscovery, TheWellKnownAddressIsFollowedWhenTheRootNamesNoPrincipal)
 {
     ensureApplication();
-    const CannedServer::Answer noPrincipal{"207 Multi-Status", {}, multistatus("/", "")};
-    const CannedServer::Answer redirect{"301 Moved Permanently", "Location: /dav/\r\n", {}};
-    const CannedServer::Answer principal{"207 Multi-Status", {}, multistatus("/dav/", "<d:current-user-principal><d:href>/dav/principals/bob/</d:href></d:current-user-principal>")};
-    const CannedServer::Answer home{"207 Multi-Status", {},
+    const CannedHttpServer::Answer noPrincipal{"207 Multi-Status", {}, multistatus("/", "")};
+    const CannedHttpServer::Answer redirect{"301 Moved Permanently", "Location: /dav/\r\n", {}};
+    const CannedHttpServer::Answer principal{"207 Multi-Status", {}, multistatus("/dav/", "<d:current-user-principal><d:href>/dav/principals/bob/</d:href></d:current-user-principal>")};
+    const CannedHttpServer::Answer home{"207 Multi-Status", {},
                                     multistatus("/dav/principals/bob/", "<cal:calendar-home-set><d:href>/dav/calendars/bob%40example/</d:href></cal:calendar-home-set>")};
     struct Case {
         const char* what;
-        QHash<QByteArray, CannedServer::Answer> answers;
+        QHash<QByteArray, CannedHttpServer::Answer> answers;
         WebDavOutcome::Kind kind;
         QString home;
     };
@@ -451,7 +403,7 @@ TEST(CalDavDiscovery, TheWellKnownAddressIsFollowedWhenTheRootNamesNoPrincipal)
         {"nothing answers", {}, Kind::NotFound, QString()},
     };
     for (const Case& row : cases) {
-        CannedServer server(row.answers);
+        CannedHttpServer server(row.answers);
         CalDavClient client(server.url(), QString(), QString());
         const auto [outcome, found] = await<QString>([&](auto done) { client.discoverCalendarHome(done); });
         EXPECT_EQ(outcome.kind, row.kind) << row.what << ": " << outcome.detail.toStdString() << " after " << server.asked.join(", ").toStdString();
