@@ -173,42 +173,39 @@ void CalDavClient::discoverCalendarHome(Answer<QString> done)
 void CalDavClient::discoverWellKnown(const WebDavOutcome& rootOutcome, Answer<QString> done)
 {
     const QUrl wellKnown = m_dav->resolve(QStringLiteral("/.well-known/caldav"));
-    auto atTarget = [this, rootOutcome, done](const QUrl& target) {
-        findPrincipal(target, [this, target, rootOutcome, done](const WebDavOutcome& outcome, const QString& principal) {
-            if (!principal.isEmpty())
-                findHome(principal, done);
-            else if (outcome.isOk())
-                done(outcome, target.path(QUrl::FullyEncoded));
-            else if (rootOutcome.isOk())
-                done(rootOutcome, m_dav->urlFor(QString()).path(QUrl::FullyEncoded));
-            else
-                done(rootOutcome, {});
-        });
+    // Without a principal, the address that answered is the home: the redirect's target, else the
+    // root; when neither answered, the root's failure is the one to report.
+    auto settle = [this, rootOutcome, done](const WebDavOutcome& outcome, const QString& principal, const QString& answered) {
+        if (!principal.isEmpty())
+            findHome(principal, done);
+        else if (outcome.isOk() && !answered.isEmpty())
+            done(outcome, answered);
+        else if (rootOutcome.isOk())
+            done(rootOutcome, m_dav->urlFor(QString()).path(QUrl::FullyEncoded));
+        else if (outcome.kind == Kind::Unauthorized || outcome.kind == Kind::NoAnswer)
+            done(outcome, {});
+        else
+            done(rootOutcome, {});
     };
     // The well-known address is usually a redirect to the server's real context path. Redirects are
-    // followed by hand (one hop), with the credentials kept for the same server only.
+    // followed by hand (one hop), and only on the same server: the credentials go with every request.
     m_dav->request("PROPFIND", wellKnown, propfindBody("<D:current-user-principal/>"),
                    {{"Depth", "0"}, {"Content-Type", "application/xml; charset=utf-8"}},
-                   [this, wellKnown, rootOutcome, atTarget, done](const WebDavClient::Reply& reply) {
+                   [this, wellKnown, settle](const WebDavClient::Reply& reply) {
                        const int status = reply.outcome.httpStatus;
                        if (isRedirect(status) && !reply.location.isEmpty()) {
                            const QUrl target = wellKnown.resolved(QUrl::fromEncoded(reply.location));
                            if (target.host() == wellKnown.host() && target.port() == wellKnown.port()
                                && target.scheme() == wellKnown.scheme()) {
-                               atTarget(target);
+                               findPrincipal(target, [target, settle](const WebDavOutcome& outcome, const QString& principal) {
+                                   settle(outcome, principal, target.path(QUrl::FullyEncoded));
+                               });
                                return;
                            }
                        }
                        DavMultistatus answer;
-                       const QString principal = reply.outcome.isOk() && status == 207 && parseMultistatus(reply.body, answer)
-                                                     ? firstHref(answer, DavKey::dav("current-user-principal"))
-                                                     : QString();
-                       if (!principal.isEmpty())
-                           findHome(principal, done);
-                       else if (rootOutcome.isOk())
-                           done(rootOutcome, m_dav->urlFor(QString()).path(QUrl::FullyEncoded));
-                       else
-                           done(rootOutcome, {});
+                       const bool read = reply.outcome.isOk() && status == 207 && parseMultistatus(reply.body, answer);
+                       settle(reply.outcome, read ? firstHref(answer, DavKey::dav("current-user-principal")) : QString(), QString());
                    });
 }
 

@@ -65,8 +65,9 @@ public:
     void listCollections(const QString& homeHref, Answer<QList<CalDavCollection>> done);
     // PROPFIND depth 1 for getetag: every resource of the collection, without bodies.
     void listResources(const QString& collectionHref, Answer<QList<CalDavResource>> done);
-    // sync-collection REPORT from `syncToken` (empty: the initial sync); falls back to listResources
-    // when the server refuses the token or has no such REPORT.
+    // sync-collection REPORT from `syncToken` (empty: the initial sync). A token the server refuses
+    // (expired, unknown) starts over with the initial sync, complete and with a fresh token; a server
+    // without the REPORT is listed with listResources, complete and without a token.
     void changesSince(const QString& collectionHref, const QString& syncToken, Answer<CalDavChanges> done);
     // calendar-multiget in batches: the bodies and ETags of `hrefs`. Resources that went away meanwhile
     // are left out of the answer.

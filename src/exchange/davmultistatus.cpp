@@ -151,7 +151,7 @@ QString hrefPath(const QString& href)
     if (href.startsWith(QLatin1Char('/')) || !href.contains(QLatin1String("://")))
         return href;
     const QUrl url = QUrl::fromEncoded(href.toUtf8());
-    QString path = QString::fromUtf8(url.path(QUrl::FullyEncoded).toUtf8());
+    QString path = url.path(QUrl::FullyEncoded);
     if (path.isEmpty())
         path = QStringLiteral("/");
     if (url.hasQuery())
