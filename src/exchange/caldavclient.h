@@ -9,6 +9,9 @@
 #include <QUrl>
 
 #include <functional>
+#include <memory>
+
+struct DavMultistatus;
 
 // One collection under the user's calendar home.
 struct CalDavCollection {
@@ -62,8 +65,9 @@ public:
     void listCollections(const QString& homeHref, Answer<QList<CalDavCollection>> done);
     // PROPFIND depth 1 for getetag: every resource of the collection, without bodies.
     void listResources(const QString& collectionHref, Answer<QList<CalDavResource>> done);
-    // sync-collection REPORT from `syncToken` (empty: the initial sync); falls back to listResources
-    // when the server refuses the token or has no such REPORT.
+    // sync-collection REPORT from `syncToken` (empty: the initial sync). A token the server refuses
+    // (expired, unknown) starts over with the initial sync, complete and with a fresh token; a server
+    // without the REPORT is listed with listResources, complete and without a token.
     void changesSince(const QString& collectionHref, const QString& syncToken, Answer<CalDavChanges> done);
     // calendar-multiget in batches: the bodies and ETags of `hrefs`. Resources that went away meanwhile
     // are left out of the answer.
@@ -80,5 +84,16 @@ public:
     void deleteResource(const QString& href, const QString& ifMatch, Done done);
 
 private:
+    struct FetchState;
+
+    // PROPFIND, REPORT or PROPPATCH whose answer must be a 207 Multi-Status; any other success is
+    // NotWebDav.
+    void davRequest(const QByteArray& verb, const QUrl& url, const QByteArray& depth, const QByteArray& body,
+                    std::function<void(const WebDavOutcome&, const DavMultistatus&)> done);
+    void findPrincipal(const QUrl& url, std::function<void(const WebDavOutcome&, const QString&)> done);
+    void findHome(const QString& principalHref, Answer<QString> done);
+    void discoverWellKnown(const WebDavOutcome& rootOutcome, Answer<QString> done);
+    void fetchBatch(const std::shared_ptr<FetchState>& state);
+
     WebDavClient* m_dav;
 };

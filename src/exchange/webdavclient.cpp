@@ -249,6 +249,8 @@ void WebDavClient::request(const QByteArray& verb, const QUrl& url, const QByteA
     if (buffer)
         buffer->setParent(reply);
     watch(reply, [done = std::move(done)](QNetworkReply* reply, const WebDavOutcome& outcome) {
-        done(Reply{outcome, reply->readAll(), reply->rawHeader("ETag")});
+        // An aborted reply (timed out) is closed: nothing to read.
+        const QByteArray body = reply->isOpen() ? reply->readAll() : QByteArray();
+        done(Reply{outcome, body, reply->rawHeader("ETag"), reply->rawHeader("Location")});
     });
 }

@@ -34,7 +34,8 @@ public:
     struct Reply {
         WebDavOutcome outcome;
         QByteArray body;
-        QByteArray etag; // the ETag header, as sent
+        QByteArray etag;     // the ETag header, as sent
+        QByteArray location; // the Location header of a redirect, as sent; redirects are never followed
     };
     using Done = std::function<void(const WebDavOutcome&)>;
     using DateDone = std::function<void(const WebDavOutcome&, const QDateTime& lastModified)>;
