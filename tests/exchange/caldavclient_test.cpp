@@ -1,6 +1,7 @@
 #include "exchange/caldavclient.h"
 
 #include "exchange/davmultistatus.h"
+#include "support/awaitanswer.h"
 #include "support/cannedhttpserver.h"
 #include "support/radicaleserver.h"
 
@@ -34,30 +35,6 @@ void ensureApplication()
     static char* argv[] = {name, nullptr};
     if (!QCoreApplication::instance())
         new QCoreApplication(argc, argv);
-}
-
-// Runs the event loop until the call answers. The limit only keeps a broken test from hanging; it
-// answers NoAnswer with a detail that says so.
-template <typename T, typename Call>
-std::pair<WebDavOutcome, T> await(Call call)
-{
-    QEventLoop loop;
-    std::optional<std::pair<WebDavOutcome, T>> got;
-    call([&](const WebDavOutcome& outcome, T value) {
-        got.emplace(outcome, std::move(value));
-        loop.quit();
-    });
-    if (!got) {
-        QTimer::singleShot(120000, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
-    return got ? *got : std::pair<WebDavOutcome, T>{WebDavOutcome{Kind::NoAnswer, 0, QStringLiteral("the test gave up waiting")}, T{}};
-}
-
-template <typename Call>
-WebDavOutcome awaitDone(Call call)
-{
-    return await<int>([&](auto answer) { call([answer](const WebDavOutcome& outcome) { answer(outcome, 0); }); }).first;
 }
 
 QByteArray todo(const QString& uid, const QString& summary)

@@ -71,6 +71,12 @@ public:
             m_process.waitForFinished();
         }
     }
+    // Up again on the same address with the same collections, after stop() or kill().
+    bool restart()
+    {
+        m_error.clear();
+        return launch(m_port) || fail(m_error.isEmpty() ? QStringLiteral("radicale did not start again") : m_error);
+    }
     // Gone at once, as a crashed or unplugged server: connections are refused from now on.
     void kill()
     {
