@@ -185,6 +185,44 @@ while True:
     c.close()
 )PY";
 
+// Passes every call on to a real disk and, right after passing on the one named `stage`, runs
+// `whenThere` (the test cancels there).
+class StageHook : public CloudDisk {
+public:
+    StageHook(std::unique_ptr<CloudDisk> disk, std::string stage, std::function<void()> whenThere)
+        : m_disk(std::move(disk)), m_stage(std::move(stage)), m_whenThere(std::move(whenThere)) {}
+
+    void check(std::function<void(const Answer&)> done) override { m_disk->check(std::move(done)); reached("check"); }
+    void remoteFile(std::function<void(const Answer&, const RemoteFile&)> done) override
+    {
+        m_disk->remoteFile(std::move(done));
+        reached("remoteFile");
+    }
+    void download(const QString& localFile, std::function<void(const Answer&)> done) override
+    {
+        m_disk->download(localFile, std::move(done));
+        reached("download");
+    }
+    void upload(const QString& localFile, std::function<void(const Answer&)> done) override
+    {
+        m_disk->upload(localFile, std::move(done));
+        reached("upload");
+    }
+    QString location() const override { return m_disk->location(); }
+    void cancel() override { m_disk->cancel(); }
+
+private:
+    void reached(const std::string& stage)
+    {
+        if (stage == m_stage)
+            m_whenThere();
+    }
+
+    std::unique_ptr<CloudDisk> m_disk;
+    std::string m_stage;
+    std::function<void()> m_whenThere;
+};
+
 class CloudDiskTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite()
@@ -229,6 +267,7 @@ protected:
                                             EXPECT_EQ(title, QString(CloudDiskText::title));
                                             reports << message;
                                         });
+        running = &controller;
         QEventLoop loop;
         std::optional<DotMacSyncController::Outcome> outcome;
         auto done = [&](DotMacSyncController::Outcome o) {
@@ -245,6 +284,7 @@ protected:
             if (!outcome)
                 loop.exec();
         });
+        running = nullptr;
         EXPECT_TRUE(outcome.has_value()) << "the transfer never finished";
         return outcome.value_or(DotMacSyncController::Outcome::Failed);
     }
@@ -255,6 +295,7 @@ protected:
     std::unique_ptr<Preferences> m_preferences;
     QStringList reports;
     QStringList log;
+    DotMacSyncController* running = nullptr; // while run() runs
 };
 
 std::unique_ptr<QTemporaryDir> CloudDiskTest::s_dir;
@@ -466,6 +507,48 @@ TEST_F(CloudDiskTest, ACutTransferChangesNeitherCopy)
     // Nothing after the cut PUT may touch the remote file itself.
     EXPECT_TRUE(methods.contains(QLatin1String("PUT"))) << methods;
     EXPECT_FALSE(methods.contains(QLatin1String("MOVE"))) << methods;
+}
+
+// Cancel at each step of both transfers, on both kinds of disk: nothing is reported and neither copy
+// changes, except that a folder copy already made stays made.
+TEST_F(CloudDiskTest, ACancelledTransferChangesNeitherCopyAndIsNotReported)
+{
+    struct Case {
+        const char* stage;
+        bool upload;
+    } cases[] = {
+        {"check", false}, {"remoteFile", false}, {"download", false}, {"check", true}, {"upload", true},
+    };
+    const QString local = dataFile(QStringLiteral("a"));
+    for (const bool folderMode : {false, true}) {
+        const QString remote = folderMode ? folderRoot() + cloudDiskFilePath : remoteFile();
+        for (const Case& c : cases) {
+            SCOPED_TRACE(std::string(c.stage) + (c.upload ? " (upload" : " (download") + (folderMode ? ", folder)" : ", WebDAV)"));
+            QFile::remove(remote);
+            writeDataFile(remote, QStringLiteral("remote"));
+            QFile::remove(local);
+            writeDataFile(local, QStringLiteral("local"));
+            setModified(local, QDateTime::currentDateTimeUtc().addDays(-1));
+            const QByteArray localBefore = readFile(local);
+            const QByteArray remoteBefore = readFile(remote);
+            m_preferences->setBool(PreferenceKey::dotMacWaitingForFirstSync, true);
+            reports.clear();
+
+            std::unique_ptr<CloudDisk> disk = folderMode ? std::make_unique<FolderCloudDisk>(folderRoot()) : share();
+            const bool copyMadeAtOnce = folderMode && c.upload && std::string_view(c.stage) == "upload";
+            const Outcome outcome = run(local, std::make_unique<StageHook>(std::move(disk), c.stage, [this] { running->cancel(); }), c.upload);
+            EXPECT_EQ(outcome, copyMadeAtOnce ? Outcome::Transferred : Outcome::Cancelled);
+            EXPECT_TRUE(reports.isEmpty()) << reports.join(u'\n');
+            EXPECT_TRUE(log.contains(QStringLiteral("Cloud disk transfer cancelled by the user."))) << log.join(u'\n');
+            EXPECT_EQ(readFile(local), localBefore);
+            if (copyMadeAtOnce)
+                EXPECT_EQ(taskNamesIn(remote), QStringList{QStringLiteral("local")});
+            else
+                EXPECT_EQ(readFile(remote), remoteBefore);
+            EXPECT_EQ(scratchFilesIn(m_dir.filePath(QStringLiteral("a"))), QStringList());
+            EXPECT_TRUE(m_preferences->boolForKey(PreferenceKey::dotMacWaitingForFirstSync));
+        }
+    }
 }
 
 TEST(WebDavDate, ReadsTheHttpForm)
