@@ -125,6 +125,11 @@ void DotMacSyncController::downloadDataFromDotMac(Done done)
             // Beside the data file, so that the rename that puts it in place is atomic; on a computer
             // that never ran the program the folder is not there yet.
             QDir().mkpath(QFileInfo(m_dataFilePath).absolutePath());
+            // Scratch files of downloads that never ended (the program was killed). Were another download
+            // on the same file still running, its rename would fail and leave the data file as it was.
+            const QFileInfo dataInfo(m_dataFilePath);
+            for (const QFileInfo& stale : dataInfo.dir().entryInfoList({dataInfo.fileName() + QLatin1String(".download-*")}, QDir::Files))
+                QFile::remove(stale.filePath());
             const QString scratch = m_dataFilePath + QLatin1String(".download-")
                                     + QUuid::createUuid().toString(QUuid::WithoutBraces);
             const QDateTime remoteDate = remote.lastModified;

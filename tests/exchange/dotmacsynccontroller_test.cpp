@@ -314,7 +314,10 @@ TEST_F(CloudDiskTest, UploadThenDownloadOnAnotherComputerGivesTheSameBytes)
 
     writeDataFile(dataFile(QStringLiteral("b")), QStringLiteral("older on b"));
     setModified(dataFile(QStringLiteral("b")), QDateTime::currentDateTimeUtc().addDays(-1));
+    // Left by a download on b that was killed midway.
+    writeFile(dataFile(QStringLiteral("b")) + QStringLiteral(".download-killed"), "SQLite format 3");
     ASSERT_EQ(run(dataFile(QStringLiteral("b")), share(), false), Outcome::Transferred) << reports.join(u'\n');
+    EXPECT_EQ(scratchFilesIn(m_dir.filePath(QStringLiteral("b"))), QStringList());
     EXPECT_EQ(readFile(dataFile(QStringLiteral("b"))), readFile(remoteFile()));
     EXPECT_TRUE(log.contains(QStringLiteral("Download finished."))) << log.join(u'\n');
     // What b had is in the cloud-disk backup.
