@@ -6,60 +6,19 @@
 #include "exchange/folderclouddisk.h"
 #include "exchange/webdavclouddisk.h"
 #include "support/datafiles.h"
+#include "support/lighttpdshare.h"
 #include "support/logcapture.h"
 #include "support/storefixture.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
 #include <QProcess>
-#include <QStandardPaths>
 #include <QTcpServer>
-#include <QTcpSocket>
-#include <QThread>
 #include <QTimeZone>
 #include <QTimer>
 
-#include <csignal>
-
-#include <sys/prctl.h>
-
 namespace {
-
-// Servers started by a test end with it, even when the test process dies first.
-void endWithParent(QProcess& process)
-{
-    process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
-}
-
-void ensureApplication()
-{
-    static int argc = 1;
-    static char name[] = "exchange_tests";
-    static char* argv[] = {name, nullptr};
-    if (!QCoreApplication::instance())
-        new QCoreApplication(argc, argv);
-}
-
-quint16 freePort()
-{
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    return probe.serverPort();
-}
-
-bool waitForPort(quint16 port)
-{
-    for (int attempt = 0; attempt < 200; ++attempt) {
-        QTcpSocket socket;
-        socket.connectToHost(QHostAddress::LocalHost, port);
-        if (socket.waitForConnected(100))
-            return true;
-        QThread::msleep(25);
-    }
-    return false;
-}
 
 void writeFile(const QString& path, const QByteArray& bytes)
 {
@@ -87,70 +46,6 @@ QStringList scratchFilesIn(const QString& folder)
 {
     return QDir(folder).entryList({QStringLiteral("*.upload-*"), QStringLiteral("*.download-*")}, QDir::Files);
 }
-
-// A lighttpd WebDAV share on loopback, user "alice" with password "secret".
-class LighttpdShare {
-public:
-    // `maxRequestKilobytes` 0 means no limit.
-    bool start(const QString& workDir, const QString& documentRoot, int maxRequestKilobytes = 0)
-    {
-        if (QStandardPaths::findExecutable(QStringLiteral("lighttpd"), {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin")}).isEmpty()) {
-            m_error = QStringLiteral("lighttpd is not installed");
-            return false;
-        }
-        QDir().mkpath(workDir);
-        QDir().mkpath(documentRoot);
-        m_port = freePort();
-        writeFile(workDir + QStringLiteral("/users"), "alice:secret\n");
-        QString conf = QStringLiteral(
-            "server.modules = (\"mod_auth\", \"mod_authn_file\", \"mod_webdav\")\n"
-            "server.document-root = \"%1\"\n"
-            "server.bind = \"127.0.0.1\"\n"
-            "server.port = %2\n"
-            "server.errorlog = \"%3/error.log\"\n"
-            // The tests change files behind the server's back.
-            "server.stat-cache-engine = \"disable\"\n"
-            "webdav.activate = \"enable\"\n"
-            "webdav.is-readonly = \"disable\"\n"
-            "auth.backend = \"plain\"\n"
-            "auth.backend.plain.userfile = \"%3/users\"\n"
-            "auth.require = (\"\" => (\"method\" => \"basic\", \"realm\" => \"vyro\", \"require\" => \"valid-user\"))\n")
-            .arg(documentRoot).arg(m_port).arg(workDir);
-        if (maxRequestKilobytes > 0)
-            conf += QStringLiteral("server.max-request-size = %1\n").arg(maxRequestKilobytes);
-        writeFile(workDir + QStringLiteral("/lighttpd.conf"), conf.toUtf8());
-        m_process.setProgram(QStandardPaths::findExecutable(QStringLiteral("lighttpd"), {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin")}));
-        m_process.setArguments({QStringLiteral("-D"), QStringLiteral("-f"), workDir + QStringLiteral("/lighttpd.conf")});
-        m_process.setProcessChannelMode(QProcess::MergedChannels);
-        endWithParent(m_process);
-        m_process.start();
-        if (!m_process.waitForStarted() || !waitForPort(m_port)) {
-            m_error = QStringLiteral("lighttpd did not start: ") + QString::fromLocal8Bit(m_process.readAll())
-                      + QString::fromLocal8Bit(readFile(workDir + QStringLiteral("/error.log")));
-            stop();
-            return false;
-        }
-        return true;
-    }
-    void stop()
-    {
-        if (m_process.state() != QProcess::NotRunning) {
-            m_process.terminate();
-            if (!m_process.waitForFinished(5000))
-                m_process.kill();
-            m_process.waitForFinished(5000);
-        }
-    }
-    ~LighttpdShare() { stop(); }
-
-    QUrl url() const { return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(m_port)); }
-    const QString& error() const { return m_error; }
-
-private:
-    QProcess m_process;
-    quint16 m_port = 0;
-    QString m_error;
-};
 
 // A server that answers like a WebDAV share with a remote file, then breaks every transfer: a GET
 // sends a fraction of the announced body and closes, a PUT is cut off while its body comes in. It
