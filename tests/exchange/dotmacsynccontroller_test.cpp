@@ -3,6 +3,7 @@
 #include "app/backups.h"
 #include "app/preferencedefaults.h"
 #include "app/preferences.h"
+#include "exchange/clouddisktransfer.h"
 #include "exchange/folderclouddisk.h"
 #include "exchange/webdavclouddisk.h"
 #include "support/datafiles.h"
@@ -446,6 +447,28 @@ TEST_F(CloudDiskTest, ACancelledTransferChangesNeitherCopyAndIsNotReported)
             EXPECT_EQ(scratchFilesIn(m_dir.filePath(QStringLiteral("a"))), QStringList());
             EXPECT_TRUE(m_preferences->boolForKey(PreferenceKey::dotMacWaitingForFirstSync));
         }
+    }
+}
+
+// Cancel pressed while the disk was still being opened (its password read): nothing starts.
+TEST_F(CloudDiskTest, ATransferCancelledBeforeTheDiskOpenedTouchesNothing)
+{
+    const QString local = dataFile(QStringLiteral("a"));
+    writeDataFile(local, QStringLiteral("local"));
+    setModified(local, QDateTime::currentDateTimeUtc().addDays(-1));
+    writeDataFile(folderRoot() + cloudDiskFilePath, QStringLiteral("remote"));
+    const QByteArray localBefore = readFile(local);
+    const QByteArray remoteBefore = readFile(folderRoot() + cloudDiskFilePath);
+    CloudDiskTransferCancel canceller;
+    canceller.cancel();
+    for (const bool upload : {false, true}) {
+        SCOPED_TRACE(upload ? "upload" : "download");
+        const auto report = [this](const QString&, const QString& message) { reports << message; };
+        EXPECT_EQ(runCloudDiskTransfer(upload, local, *m_preferences, CloudDiskAccount{{}, {}, folderRoot()}, report, &canceller),
+                  Outcome::Cancelled);
+        EXPECT_TRUE(reports.isEmpty()) << reports.join(u'\n');
+        EXPECT_EQ(readFile(local), localBefore);
+        EXPECT_EQ(readFile(folderRoot() + cloudDiskFilePath), remoteBefore);
     }
 }
 
