@@ -14,8 +14,9 @@ CloudTransferPanel::CloudTransferPanel(bool upload, CloudDiskTransferCancel& can
     setObjectName(QStringLiteral("cloudTransferPanel"));
     setWindowTitle(QStringLiteral("Vyro"));
     setAccessibleName(QStringLiteral("Cloud disk transfer"));
-    // Shown at start-up and quit, when no other window of the program may be there to be modal to.
-    setModal(false);
+    // At quit the main window is still up, its last changes saved: while the panel shows, they must
+    // not go on. Shown with show(), never exec(): the caller's loop runs the transfer.
+    setWindowModality(Qt::ApplicationModal);
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
 
     auto* text = new QLabel(upload ? QStringLiteral("Uploading the data file to the cloud disk…")
