@@ -84,6 +84,7 @@ int runCloud(CommandEnvironment& env)
                 status = ExitOk;
                 break;
             case DotMacSyncController::Outcome::Failed:
+            case DotMacSyncController::Outcome::Cancelled:
                 status = ExitFailure;
                 break;
             }

@@ -12,7 +12,8 @@
 class CloudDisk
 {
 public:
-    enum class Failure { None, BadLogin, NoAccess, NoService, Transfer };
+    // Cancelled: the caller called cancel(); nothing went wrong that anyone needs to be told of.
+    enum class Failure { None, BadLogin, NoAccess, NoService, Transfer, Cancelled };
     struct Answer {
         Failure failure = Failure::None;
         QString detail; // for the log
@@ -36,6 +37,9 @@ public:
     virtual void upload(const QString& localFile, std::function<void(const Answer&)> done) = 0;
     // Where the remote file is, for the log.
     virtual QString location() const = 0;
+    // Stops what is running: its callback (and that of every later call) answers Cancelled, from the
+    // event loop. The remote file stays as it was, as after any failed upload.
+    virtual void cancel() = 0;
 };
 
 // The remote folder and file, relative to the disk's root.

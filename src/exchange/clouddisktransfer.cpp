@@ -4,9 +4,19 @@
 
 #include <QEventLoop>
 
+void CloudDiskTransferCancel::cancel()
+{
+    if (m_cancelled)
+        return;
+    m_cancelled = true;
+    if (m_stop)
+        m_stop();
+}
+
 DotMacSyncController::Outcome runCloudDiskTransfer(bool upload, const QString& dataFilePath, Preferences& preferences,
                                                    const CloudDiskAccount& account,
-                                                   const DotMacSyncController::Report& report)
+                                                   const DotMacSyncController::Report& report,
+                                                   CloudDiskTransferCancel* canceller)
 {
     using Outcome = DotMacSyncController::Outcome;
     QEventLoop loop;
@@ -17,6 +27,11 @@ DotMacSyncController::Outcome runCloudDiskTransfer(bool upload, const QString& d
         loop.quit();
     };
     openCloudDisk(account, [&](Result<std::unique_ptr<CloudDisk>> disk) {
+        if (canceller && canceller->isCancelled()) {
+            logLine(QStringLiteral("Cloud disk transfer cancelled by the user before it began."));
+            finish(Outcome::Cancelled);
+            return;
+        }
         if (!disk) {
             logLine(QStringLiteral("Cloud disk not opened: ") + disk.status().message());
             if (report)
@@ -25,6 +40,8 @@ DotMacSyncController::Outcome runCloudDiskTransfer(bool upload, const QString& d
             return;
         }
         controller = std::make_unique<DotMacSyncController>(dataFilePath, preferences, std::move(*disk), report);
+        if (canceller)
+            canceller->m_stop = [&controller] { controller->cancel(); };
         if (upload)
             controller->uploadDataToDotMac(finish);
         else
@@ -32,5 +49,7 @@ DotMacSyncController::Outcome runCloudDiskTransfer(bool upload, const QString& d
     });
     if (!outcome)
         loop.exec();
+    if (canceller)
+        canceller->m_stop = nullptr;
     return *outcome;
 }

@@ -45,10 +45,30 @@ void DotMacSyncController::fail(const QString& message, Done done)
     done(Outcome::Failed);
 }
 
+void DotMacSyncController::cancel()
+{
+    if (m_cancelled)
+        return;
+    m_cancelled = true;
+    logLine(QStringLiteral("Cloud disk transfer cancelled by the user."));
+    m_disk->cancel();
+}
+
+bool DotMacSyncController::stopped(const CloudDisk::Answer& answer, const Done& done)
+{
+    if (!m_cancelled && answer.failure != CloudDisk::Failure::Cancelled)
+        return false;
+    logLine(QStringLiteral("Cloud disk transfer stopped; the data file and the cloud disk copy are as they were."));
+    done(Outcome::Cancelled);
+    return true;
+}
+
 void DotMacSyncController::begin(bool upload, std::function<void()> next, Done done)
 {
     logLine(upload ? QStringLiteral("Cloud disk uploading...") : QStringLiteral("Cloud disk downloading..."));
     m_disk->check([this, upload, next = std::move(next), done](const CloudDisk::Answer& answer) {
+        if (stopped(answer, done))
+            return;
         switch (answer.failure) {
         case CloudDisk::Failure::None:
             next();
@@ -63,6 +83,7 @@ void DotMacSyncController::begin(bool upload, std::function<void()> next, Done d
             return;
         case CloudDisk::Failure::NoAccess:
         case CloudDisk::Failure::Transfer:
+        case CloudDisk::Failure::Cancelled:
             logLine((upload ? QStringLiteral("Error checking cloud disk, canceling connection (%1)")
                             : QStringLiteral("Error checking cloud disk (%1)")).arg(answer.detail));
             fail(QString(CloudDiskText::accessError), done);
@@ -75,6 +96,8 @@ void DotMacSyncController::downloadDataFromDotMac(Done done)
 {
     begin(false, [this, done] {
         m_disk->remoteFile([this, done](const CloudDisk::Answer& answer, const CloudDisk::RemoteFile& remote) {
+            if (stopped(answer, done))
+                return;
             if (!answer.isOk()) {
                 logLine(QStringLiteral("Cloud disk transaction error, canceling connection. (%1)").arg(answer.detail));
                 fail(QString(CloudDiskText::accessError), done);
@@ -102,12 +125,20 @@ void DotMacSyncController::downloadDataFromDotMac(Done done)
             // Beside the data file, so that the rename that puts it in place is atomic; on a computer
             // that never ran the program the folder is not there yet.
             QDir().mkpath(QFileInfo(m_dataFilePath).absolutePath());
+            // Scratch files of downloads that never ended (the program was killed). Were another download
+            // on the same file still running, its rename would fail and leave the data file as it was.
+            const QFileInfo dataInfo(m_dataFilePath);
+            for (const QFileInfo& stale : dataInfo.dir().entryInfoList({dataInfo.fileName() + QLatin1String(".download-*")}, QDir::Files))
+                QFile::remove(stale.filePath());
             const QString scratch = m_dataFilePath + QLatin1String(".download-")
                                     + QUuid::createUuid().toString(QUuid::WithoutBraces);
             const QDateTime remoteDate = remote.lastModified;
             m_disk->download(scratch, [this, scratch, remoteDate, done](const CloudDisk::Answer& fetched) {
-                if (!fetched.isOk()) {
+                if (m_cancelled || !fetched.isOk())
                     QFile::remove(scratch);
+                if (stopped(fetched, done))
+                    return;
+                if (!fetched.isOk()) {
                     logLine(QStringLiteral("Download error. (%1)").arg(fetched.detail));
                     fail(QString(CloudDiskText::downloadError), done);
                     return;
@@ -170,6 +201,9 @@ void DotMacSyncController::uploadDataToDotMac(Done done)
             return;
         }
         m_disk->upload(copy, [this, snapshot, done](const CloudDisk::Answer& answer) {
+            // A cancel that came after the new copy was put in place changes nothing: it is there.
+            if (!answer.isOk() && stopped(answer, done))
+                return;
             if (!answer.isOk()) {
                 logLine(QStringLiteral("Upload error. (%1)").arg(answer.detail));
                 fail(QString(CloudDiskText::uploadError), done);

@@ -34,7 +34,8 @@ inline constexpr QLatin1StringView uploadError{"Synchronization failed - upload 
 class DotMacSyncController
 {
 public:
-    enum class Outcome { Transferred, NothingToDo, Failed };
+    // Cancelled: stopped by cancel(), nothing reported; both copies are as a failure leaves them.
+    enum class Outcome { Transferred, NothingToDo, Failed, Cancelled };
     using Report = std::function<void(const QString& title, const QString& message)>;
     using Done = std::function<void(Outcome)>;
 
@@ -45,8 +46,13 @@ public:
     // Asynchronous: `done` is called once, from the event loop, when the transfer has ended.
     void downloadDataFromDotMac(Done done);
     void uploadDataToDotMac(Done done);
+    // Stops the running transfer: its `done` gets Cancelled, from the event loop, unless the data file
+    // was already replaced or the upload already in place (then it is told as it happened).
+    void cancel();
 
 private:
+    // True, with `done` called, when the transfer was cancelled (by this object or the disk).
+    bool stopped(const CloudDisk::Answer& answer, const Done& done);
     void begin(bool upload, std::function<void()> next, Done done);
     void fail(const QString& message, Done done);
     void replaceDataFile(const QString& downloaded, const QDateTime& remoteDate, Done done);
@@ -55,4 +61,5 @@ private:
     Preferences& m_preferences;
     std::unique_ptr<CloudDisk> m_disk;
     Report m_report;
+    bool m_cancelled = false;
 };

@@ -32,6 +32,13 @@ QString copyWhole(const QString& from, const QString& to)
 
 FolderCloudDisk::FolderCloudDisk(QString folder) : m_folder(std::move(folder)) {}
 
+void FolderCloudDisk::answer(const std::function<void(const Answer&)>& done, const Answer& answer)
+{
+    // Whatever was done before a cancel is told as it was: a copy that was made is not undone.
+    const Answer given = m_cancelled ? Answer{Failure::Cancelled, QStringLiteral("cancelled")} : answer;
+    QMetaObject::invokeMethod(&m_context, [done, given] { done(given); }, Qt::QueuedConnection);
+}
+
 QString FolderCloudDisk::location() const
 {
     return QDir::cleanPath(m_folder + cloudDiskFilePath);
@@ -39,33 +46,33 @@ QString FolderCloudDisk::location() const
 
 void FolderCloudDisk::check(std::function<void(const Answer&)> done)
 {
-    Answer answer;
+    Answer failure;
     if (!QFileInfo(m_folder).isDir())
-        answer = {Failure::NoService, QStringLiteral("%1 is not a folder").arg(m_folder)};
-    QMetaObject::invokeMethod(&m_context, [done, answer] { done(answer); }, Qt::QueuedConnection);
+        failure = {Failure::NoService, QStringLiteral("%1 is not a folder").arg(m_folder)};
+    answer(done, failure);
 }
 
 void FolderCloudDisk::remoteFile(std::function<void(const Answer&, const RemoteFile&)> done)
 {
     const QFileInfo info(location());
     const RemoteFile file{info.isFile(), info.isFile() ? info.lastModified().toUTC() : QDateTime()};
-    QMetaObject::invokeMethod(&m_context, [done, file] { done(Answer{}, file); }, Qt::QueuedConnection);
+    answer([done, file](const Answer& given) { done(given, given.isOk() ? file : RemoteFile{}); }, Answer{});
 }
 
 void FolderCloudDisk::download(const QString& localFile, std::function<void(const Answer&)> done)
 {
-    const QString error = copyWhole(location(), localFile);
-    const Answer answer = error.isEmpty() ? Answer{} : Answer{Failure::Transfer, error};
-    QMetaObject::invokeMethod(&m_context, [done, answer] { done(answer); }, Qt::QueuedConnection);
+    const QString error = m_cancelled ? QString() : copyWhole(location(), localFile);
+    answer(done, error.isEmpty() ? Answer{} : Answer{Failure::Transfer, error});
 }
 
 void FolderCloudDisk::upload(const QString& localFile, std::function<void(const Answer&)> done)
 {
     QString error;
-    if (!QDir().mkpath(QDir::cleanPath(m_folder + cloudDiskFolderPath)))
+    if (m_cancelled)
+        error.clear();
+    else if (!QDir().mkpath(QDir::cleanPath(m_folder + cloudDiskFolderPath)))
         error = QStringLiteral("cannot make the folder %1").arg(m_folder + cloudDiskFolderPath);
     else
         error = copyWhole(localFile, location());
-    const Answer answer = error.isEmpty() ? Answer{} : Answer{Failure::Transfer, error};
-    QMetaObject::invokeMethod(&m_context, [done, answer] { done(answer); }, Qt::QueuedConnection);
+    answer(done, error.isEmpty() ? Answer{} : Answer{Failure::Transfer, error});
 }

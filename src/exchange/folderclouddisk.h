@@ -16,8 +16,13 @@ public:
     void download(const QString& localFile, std::function<void(const Answer&)> done) override;
     void upload(const QString& localFile, std::function<void(const Answer&)> done) override;
     QString location() const override;
+    // Copies are made at once, whole or not at all: only the calls after this one answer Cancelled.
+    void cancel() override { m_cancelled = true; }
 
 private:
+    void answer(const std::function<void(const Answer&)>& done, const Answer& answer);
+
     QString m_folder;
+    bool m_cancelled = false;
     QObject m_context; // for answering from the event loop
 };

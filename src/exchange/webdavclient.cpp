@@ -96,6 +96,13 @@ QUrl WebDavClient::urlFor(const QString& path) const
     return url;
 }
 
+void WebDavClient::abort()
+{
+    for (QNetworkReply* reply : m_network->findChildren<QNetworkReply*>())
+        if (reply->isRunning())
+            reply->abort();
+}
+
 QUrl WebDavClient::resolve(const QString& href) const
 {
     return m_base.resolved(QUrl::fromEncoded(href.toUtf8()));

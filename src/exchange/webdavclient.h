@@ -62,6 +62,9 @@ public:
     // Any request to `url` (on the same server; see resolve) with an in-memory body and answer.
     void request(const QByteArray& verb, const QUrl& url, const QByteArray& body, const Headers& headers,
                  std::function<void(const Reply&)> done);
+    // Aborts every request still running: each answers NoAnswer, from the event loop.
+    void abort();
+
     // An href the server gave (an absolute path, already encoded) as a URL on the base's server.
     QUrl resolve(const QString& href) const;
 

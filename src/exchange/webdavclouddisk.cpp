@@ -33,45 +33,75 @@ QString WebDavCloudDisk::location() const
     return m_client.urlFor(cloudDiskFilePath).toString(QUrl::RemoveUserInfo);
 }
 
+CloudDisk::Answer WebDavCloudDisk::told(Answer answer) const
+{
+    if (m_cancelled)
+        return {Failure::Cancelled, QStringLiteral("cancelled")};
+    return answer;
+}
+
+bool WebDavCloudDisk::refused(const std::function<void(const Answer&)>& done)
+{
+    if (!m_cancelled)
+        return false;
+    QMetaObject::invokeMethod(&m_client, [this, done] { done(told({})); }, Qt::QueuedConnection);
+    return true;
+}
+
+void WebDavCloudDisk::cancel()
+{
+    m_cancelled = true;
+    // Not from inside the caller's own call: the aborted requests answer from the event loop.
+    QMetaObject::invokeMethod(&m_client, [this] { m_client.abort(); }, Qt::QueuedConnection);
+}
+
 void WebDavCloudDisk::check(std::function<void(const Answer&)> done)
 {
-    m_client.lastModified(QString(), [done = std::move(done)](const WebDavOutcome& outcome, const QDateTime&) {
+    if (refused(done))
+        return;
+    m_client.lastModified(QString(), [this, done = std::move(done)](const WebDavOutcome& outcome, const QDateTime&) {
         // The share's root answers PROPFIND on any WebDAV server; anything else is not one.
-        done(answerOf(outcome, Failure::NoService));
+        done(told(answerOf(outcome, Failure::NoService)));
     });
 }
 
 void WebDavCloudDisk::remoteFile(std::function<void(const Answer&, const RemoteFile&)> done)
 {
-    m_client.lastModified(cloudDiskFilePath, [done = std::move(done)](const WebDavOutcome& outcome, const QDateTime& date) {
+    if (refused([done](const Answer& answer) { done(answer, RemoteFile{}); }))
+        return;
+    m_client.lastModified(cloudDiskFilePath, [this, done = std::move(done)](const WebDavOutcome& outcome, const QDateTime& date) {
         if (outcome.kind == WebDavOutcome::Kind::NotFound) {
-            done(Answer{}, RemoteFile{});
+            done(told({}), RemoteFile{});
             return;
         }
-        done(answerOf(outcome, Failure::NoAccess), RemoteFile{outcome.isOk(), date});
+        done(told(answerOf(outcome, Failure::NoAccess)), RemoteFile{outcome.isOk(), date});
     });
 }
 
 void WebDavCloudDisk::download(const QString& localFile, std::function<void(const Answer&)> done)
 {
-    m_client.get(cloudDiskFilePath, localFile, [done = std::move(done)](const WebDavOutcome& outcome) {
+    if (refused(done))
+        return;
+    m_client.get(cloudDiskFilePath, localFile, [this, done = std::move(done)](const WebDavOutcome& outcome) {
         Answer answer = answerOf(outcome, Failure::Transfer);
         if (!answer.isOk())
             answer.failure = Failure::Transfer;
-        done(answer);
+        done(told(answer));
     });
 }
 
 void WebDavCloudDisk::makeFolders(QStringList pending, std::function<void(const Answer&)> done)
 {
     if (pending.isEmpty()) {
-        done(Answer{});
+        done(told({}));
         return;
     }
+    if (refused(done))
+        return;
     const QString next = pending.takeFirst();
     m_client.makeCollection(next, [this, pending, done = std::move(done)](const WebDavOutcome& outcome) mutable {
         if (!outcome.isOk()) {
-            done(Answer{Failure::Transfer, outcome.detail});
+            done(told({Failure::Transfer, outcome.detail}));
             return;
         }
         makeFolders(std::move(pending), std::move(done));
@@ -89,8 +119,13 @@ void WebDavCloudDisk::upload(const QString& localFile, std::function<void(const 
     const QString scratch = cloudDiskFilePath + QLatin1String(".upload-")
                             + QUuid::createUuid().toString(QUuid::WithoutBraces);
     auto fail = [this, scratch, done](const WebDavOutcome& outcome) {
-        // Best effort: a scratch file left behind is harmless, the real file is untouched.
-        m_client.remove(scratch, [done, outcome](const WebDavOutcome&) { done(Answer{Failure::Transfer, outcome.detail}); });
+        // Best effort: a scratch file left behind is harmless, the real file is untouched. A cancelled
+        // upload does not wait for the clean-up.
+        if (m_cancelled) {
+            done(told({}));
+            return;
+        }
+        m_client.remove(scratch, [this, done, outcome](const WebDavOutcome&) { done(told({Failure::Transfer, outcome.detail})); });
     };
     makeFolders(folders, [this, localFile, scratch, fail, done](const Answer& made) {
         if (!made.isOk()) {
@@ -98,7 +133,7 @@ void WebDavCloudDisk::upload(const QString& localFile, std::function<void(const 
             return;
         }
         m_client.put(scratch, localFile, [this, scratch, fail, done](const WebDavOutcome& put) {
-            if (!put.isOk()) {
+            if (!put.isOk() || m_cancelled) {
                 fail(put);
                 return;
             }
@@ -107,6 +142,7 @@ void WebDavCloudDisk::upload(const QString& localFile, std::function<void(const 
                     fail(moved);
                     return;
                 }
+                // Cancelled too late: the new file is in place, which the caller must be told.
                 done(Answer{});
             });
         });

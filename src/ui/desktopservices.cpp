@@ -11,6 +11,7 @@
 #include "ui/calendarsyncrunner.h"
 #include "platform/launcherbadge.h"
 #include "store/log.h"
+#include "ui/cloudtransferpanel.h"
 #include "ui/desktopapplication.h"
 #include "ui/trayicon.h"
 
@@ -60,6 +61,7 @@ void DesktopServices::hotKeyPressed(int id)
 void DesktopServices::attach(DesktopApplication& application)
 {
     m_application = &application;
+    m_preferences = &application.preferences();
     m_badge = std::make_unique<LauncherBadge>();
     m_notifier = std::make_unique<DesktopNotifier>();
     connect(m_notifier.get(), &DesktopNotifier::clicked, this, [this](const QString& context) {
@@ -124,11 +126,14 @@ void DesktopServices::backupAtStartup(const QString& dataFilePath)
     backupAtStartupAction(dataFilePath);
 }
 
-namespace {
-
-void transferWithCloudDisk(bool upload, const QString& dataFilePath, const DesktopServices::CloudDiskReport& custom)
+void DesktopServices::transferWithCloudDisk(bool upload, const QString& dataFilePath)
 {
-    Preferences preferences;
+    if (!m_preferences) {
+        logLine(QStringLiteral("No preferences to read the cloud disk account from; the data file stays as it is."));
+        return;
+    }
+    CloudDiskTransferCancel canceller;
+    CloudTransferPanel panel(upload, canceller);
     const auto alert = [](const QString& title, const QString& message) {
         QMessageBox box(QMessageBox::Warning, title, message, QMessageBox::Ok);
         box.setObjectName(QStringLiteral("cloudDiskAlert"));
@@ -136,20 +141,26 @@ void transferWithCloudDisk(bool upload, const QString& dataFilePath, const Deskt
         box.button(QMessageBox::Ok)->setText(QString(CloudDiskText::button));
         box.exec();
     };
-    runCloudDiskTransfer(upload, dataFilePath, preferences, cloudDiskAccountFrom(preferences),
-                         custom ? custom : DesktopServices::CloudDiskReport(alert));
+    const CloudDiskReport report = m_cloudDiskReport ? m_cloudDiskReport : CloudDiskReport(alert);
+    panel.start();
+    runCloudDiskTransfer(upload, dataFilePath, *m_preferences, cloudDiskAccountFrom(*m_preferences),
+                         [&](const QString& title, const QString& message) {
+                             // The alert replaces the panel rather than sitting over it.
+                             panel.finish();
+                             report(title, message);
+                         },
+                         &canceller);
+    panel.finish();
 }
-
-} // namespace
 
 void DesktopServices::downloadDataFromCloudDisk(const QString& dataFilePath)
 {
-    transferWithCloudDisk(false, dataFilePath, m_cloudDiskReport);
+    transferWithCloudDisk(false, dataFilePath);
 }
 
 void DesktopServices::uploadDataToCloudDisk(const QString& dataFilePath)
 {
-    transferWithCloudDisk(true, dataFilePath, m_cloudDiskReport);
+    transferWithCloudDisk(true, dataFilePath);
 }
 
 CalendarSyncRunner* DesktopServices::calendarSync()

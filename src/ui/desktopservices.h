@@ -26,7 +26,10 @@ public:
     ~DesktopServices() override;
 
     // The application the hot keys, the tray and the notification clicks act on; set before it starts.
+    // Its preferences are the ones the cloud-disk copy reads and writes.
     void attach(DesktopApplication& application);
+    // The preferences of a program without the application object (tests).
+    void usePreferences(Preferences& preferences) { m_preferences = &preferences; }
 
     // Ids 1 capture, 2 quick add, 3 quick type-in; each replaces what the last call registered.
     void registerHotKeys(const Preferences& preferences) override;
@@ -42,8 +45,9 @@ public:
     void postNotification(const DesktopNotification& notification) override;
     // "Vyro.sql.startup.bkp" beside the data file.
     void backupAtStartup(const QString& dataFilePath) override;
-    // The cloud-disk copy with the account of the preferences, waiting for it to end. Failures go to
-    // the cloud-disk report: an alert unless replaced (tests answer it themselves).
+    // The cloud-disk copy with the account of the program's preferences, waiting for it to end, with a
+    // progress panel when it takes a while. Failures go to the cloud-disk report: an alert unless
+    // replaced (tests answer it themselves); a cancel is only logged.
     void downloadDataFromCloudDisk(const QString& dataFilePath) override;
     void uploadDataToCloudDisk(const QString& dataFilePath) override;
     using CloudDiskReport = std::function<void(const QString& title, const QString& message)>;
@@ -60,8 +64,10 @@ public:
 private:
     void hotKeyPressed(int id);
     CalendarSyncRunner* calendarSync();
+    void transferWithCloudDisk(bool upload, const QString& dataFilePath);
 
     DesktopApplication* m_application = nullptr;
+    Preferences* m_preferences = nullptr;
     // Chosen at the first registration, when the application object exists.
     std::unique_ptr<GlobalHotKeys> m_hotKeys;
     std::unique_ptr<DesktopNotifier> m_notifier;

@@ -1,5 +1,7 @@
 #include "exchange/clouddiskaccount.h"
 
+#include "support/testprocesses.h"
+
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QDir>
@@ -15,26 +17,7 @@
 
 #include <optional>
 
-#include <csignal>
-
-#include <sys/prctl.h>
-
 namespace {
-
-// Servers started by a test end with it, even when the test process dies first.
-void endWithParent(QProcess& process)
-{
-    process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
-}
-
-void ensureApplication()
-{
-    static int argc = 1;
-    static char name[] = "exchange_tests";
-    static char* argv[] = {name, nullptr};
-    if (!QCoreApplication::instance())
-        new QCoreApplication(argc, argv);
-}
 
 // A session bus of the test's own with a gnome-keyring whose login keyring is unlocked, in a
 // temporary home: the user's own keyring is never touched.

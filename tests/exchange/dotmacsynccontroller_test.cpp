@@ -3,63 +3,23 @@
 #include "app/backups.h"
 #include "app/preferencedefaults.h"
 #include "app/preferences.h"
+#include "exchange/clouddisktransfer.h"
 #include "exchange/folderclouddisk.h"
 #include "exchange/webdavclouddisk.h"
 #include "support/datafiles.h"
+#include "support/lighttpdshare.h"
 #include "support/logcapture.h"
 #include "support/storefixture.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
 #include <QProcess>
-#include <QStandardPaths>
 #include <QTcpServer>
-#include <QTcpSocket>
-#include <QThread>
 #include <QTimeZone>
 #include <QTimer>
 
-#include <csignal>
-
-#include <sys/prctl.h>
-
 namespace {
-
-// Servers started by a test end with it, even when the test process dies first.
-void endWithParent(QProcess& process)
-{
-    process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
-}
-
-void ensureApplication()
-{
-    static int argc = 1;
-    static char name[] = "exchange_tests";
-    static char* argv[] = {name, nullptr};
-    if (!QCoreApplication::instance())
-        new QCoreApplication(argc, argv);
-}
-
-quint16 freePort()
-{
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    return probe.serverPort();
-}
-
-bool waitForPort(quint16 port)
-{
-    for (int attempt = 0; attempt < 200; ++attempt) {
-        QTcpSocket socket;
-        socket.connectToHost(QHostAddress::LocalHost, port);
-        if (socket.waitForConnected(100))
-            return true;
-        QThread::msleep(25);
-    }
-    return false;
-}
 
 void writeFile(const QString& path, const QByteArray& bytes)
 {
@@ -87,70 +47,6 @@ QStringList scratchFilesIn(const QString& folder)
 {
     return QDir(folder).entryList({QStringLiteral("*.upload-*"), QStringLiteral("*.download-*")}, QDir::Files);
 }
-
-// A lighttpd WebDAV share on loopback, user "alice" with password "secret".
-class LighttpdShare {
-public:
-    // `maxRequestKilobytes` 0 means no limit.
-    bool start(const QString& workDir, const QString& documentRoot, int maxRequestKilobytes = 0)
-    {
-        if (QStandardPaths::findExecutable(QStringLiteral("lighttpd"), {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin")}).isEmpty()) {
-            m_error = QStringLiteral("lighttpd is not installed");
-            return false;
-        }
-        QDir().mkpath(workDir);
-        QDir().mkpath(documentRoot);
-        m_port = freePort();
-        writeFile(workDir + QStringLiteral("/users"), "alice:secret\n");
-        QString conf = QStringLiteral(
-            "server.modules = (\"mod_auth\", \"mod_authn_file\", \"mod_webdav\")\n"
-            "server.document-root = \"%1\"\n"
-            "server.bind = \"127.0.0.1\"\n"
-            "server.port = %2\n"
-            "server.errorlog = \"%3/error.log\"\n"
-            // The tests change files behind the server's back.
-            "server.stat-cache-engine = \"disable\"\n"
-            "webdav.activate = \"enable\"\n"
-            "webdav.is-readonly = \"disable\"\n"
-            "auth.backend = \"plain\"\n"
-            "auth.backend.plain.userfile = \"%3/users\"\n"
-            "auth.require = (\"\" => (\"method\" => \"basic\", \"realm\" => \"vyro\", \"require\" => \"valid-user\"))\n")
-            .arg(documentRoot).arg(m_port).arg(workDir);
-        if (maxRequestKilobytes > 0)
-            conf += QStringLiteral("server.max-request-size = %1\n").arg(maxRequestKilobytes);
-        writeFile(workDir + QStringLiteral("/lighttpd.conf"), conf.toUtf8());
-        m_process.setProgram(QStandardPaths::findExecutable(QStringLiteral("lighttpd"), {QStringLiteral("/usr/sbin"), QStringLiteral("/usr/bin")}));
-        m_process.setArguments({QStringLiteral("-D"), QStringLiteral("-f"), workDir + QStringLiteral("/lighttpd.conf")});
-        m_process.setProcessChannelMode(QProcess::MergedChannels);
-        endWithParent(m_process);
-        m_process.start();
-        if (!m_process.waitForStarted() || !waitForPort(m_port)) {
-            m_error = QStringLiteral("lighttpd did not start: ") + QString::fromLocal8Bit(m_process.readAll())
-                      + QString::fromLocal8Bit(readFile(workDir + QStringLiteral("/error.log")));
-            stop();
-            return false;
-        }
-        return true;
-    }
-    void stop()
-    {
-        if (m_process.state() != QProcess::NotRunning) {
-            m_process.terminate();
-            if (!m_process.waitForFinished(5000))
-                m_process.kill();
-            m_process.waitForFinished(5000);
-        }
-    }
-    ~LighttpdShare() { stop(); }
-
-    QUrl url() const { return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(m_port)); }
-    const QString& error() const { return m_error; }
-
-private:
-    QProcess m_process;
-    quint16 m_port = 0;
-    QString m_error;
-};
 
 // A server that answers like a WebDAV share with a remote file, then breaks every transfer: a GET
 // sends a fraction of the announced body and closes, a PUT is cut off while its body comes in. It
@@ -184,6 +80,44 @@ while True:
         c.sendall(b"HTTP/1.1 500 Nope\r\nContent-Length: 0\r\nConnection: close\r\n\r\n")
     c.close()
 )PY";
+
+// Passes every call on to a real disk and, right after passing on the one named `stage`, runs
+// `whenThere` (the test cancels there).
+class StageHook : public CloudDisk {
+public:
+    StageHook(std::unique_ptr<CloudDisk> disk, std::string stage, std::function<void()> whenThere)
+        : m_disk(std::move(disk)), m_stage(std::move(stage)), m_whenThere(std::move(whenThere)) {}
+
+    void check(std::function<void(const Answer&)> done) override { m_disk->check(std::move(done)); reached("check"); }
+    void remoteFile(std::function<void(const Answer&, const RemoteFile&)> done) override
+    {
+        m_disk->remoteFile(std::move(done));
+        reached("remoteFile");
+    }
+    void download(const QString& localFile, std::function<void(const Answer&)> done) override
+    {
+        m_disk->download(localFile, std::move(done));
+        reached("download");
+    }
+    void upload(const QString& localFile, std::function<void(const Answer&)> done) override
+    {
+        m_disk->upload(localFile, std::move(done));
+        reached("upload");
+    }
+    QString location() const override { return m_disk->location(); }
+    void cancel() override { m_disk->cancel(); }
+
+private:
+    void reached(const std::string& stage)
+    {
+        if (stage == m_stage)
+            m_whenThere();
+    }
+
+    std::unique_ptr<CloudDisk> m_disk;
+    std::string m_stage;
+    std::function<void()> m_whenThere;
+};
 
 class CloudDiskTest : public ::testing::Test {
 protected:
@@ -229,6 +163,7 @@ protected:
                                             EXPECT_EQ(title, QString(CloudDiskText::title));
                                             reports << message;
                                         });
+        running = &controller;
         QEventLoop loop;
         std::optional<DotMacSyncController::Outcome> outcome;
         auto done = [&](DotMacSyncController::Outcome o) {
@@ -245,6 +180,7 @@ protected:
             if (!outcome)
                 loop.exec();
         });
+        running = nullptr;
         EXPECT_TRUE(outcome.has_value()) << "the transfer never finished";
         return outcome.value_or(DotMacSyncController::Outcome::Failed);
     }
@@ -255,6 +191,7 @@ protected:
     std::unique_ptr<Preferences> m_preferences;
     QStringList reports;
     QStringList log;
+    DotMacSyncController* running = nullptr; // while run() runs
 };
 
 std::unique_ptr<QTemporaryDir> CloudDiskTest::s_dir;
@@ -273,7 +210,10 @@ TEST_F(CloudDiskTest, UploadThenDownloadOnAnotherComputerGivesTheSameBytes)
 
     writeDataFile(dataFile(QStringLiteral("b")), QStringLiteral("older on b"));
     setModified(dataFile(QStringLiteral("b")), QDateTime::currentDateTimeUtc().addDays(-1));
+    // Left by a download on b that was killed midway.
+    writeFile(dataFile(QStringLiteral("b")) + QStringLiteral(".download-killed"), "SQLite format 3");
     ASSERT_EQ(run(dataFile(QStringLiteral("b")), share(), false), Outcome::Transferred) << reports.join(u'\n');
+    EXPECT_EQ(scratchFilesIn(m_dir.filePath(QStringLiteral("b"))), QStringList());
     EXPECT_EQ(readFile(dataFile(QStringLiteral("b"))), readFile(remoteFile()));
     EXPECT_TRUE(log.contains(QStringLiteral("Download finished."))) << log.join(u'\n');
     // What b had is in the cloud-disk backup.
@@ -466,6 +406,70 @@ TEST_F(CloudDiskTest, ACutTransferChangesNeitherCopy)
     // Nothing after the cut PUT may touch the remote file itself.
     EXPECT_TRUE(methods.contains(QLatin1String("PUT"))) << methods;
     EXPECT_FALSE(methods.contains(QLatin1String("MOVE"))) << methods;
+}
+
+// Cancel at each step of both transfers, on both kinds of disk: nothing is reported and neither copy
+// changes, except that a folder copy already made stays made.
+TEST_F(CloudDiskTest, ACancelledTransferChangesNeitherCopyAndIsNotReported)
+{
+    struct Case {
+        const char* stage;
+        bool upload;
+    } cases[] = {
+        {"check", false}, {"remoteFile", false}, {"download", false}, {"check", true}, {"upload", true},
+    };
+    const QString local = dataFile(QStringLiteral("a"));
+    for (const bool folderMode : {false, true}) {
+        const QString remote = folderMode ? folderRoot() + cloudDiskFilePath : remoteFile();
+        for (const Case& c : cases) {
+            SCOPED_TRACE(std::string(c.stage) + (c.upload ? " (upload" : " (download") + (folderMode ? ", folder)" : ", WebDAV)"));
+            QFile::remove(remote);
+            writeDataFile(remote, QStringLiteral("remote"));
+            QFile::remove(local);
+            writeDataFile(local, QStringLiteral("local"));
+            setModified(local, QDateTime::currentDateTimeUtc().addDays(-1));
+            const QByteArray localBefore = readFile(local);
+            const QByteArray remoteBefore = readFile(remote);
+            m_preferences->setBool(PreferenceKey::dotMacWaitingForFirstSync, true);
+            reports.clear();
+
+            std::unique_ptr<CloudDisk> disk = folderMode ? std::make_unique<FolderCloudDisk>(folderRoot()) : share();
+            const bool copyMadeAtOnce = folderMode && c.upload && std::string_view(c.stage) == "upload";
+            const Outcome outcome = run(local, std::make_unique<StageHook>(std::move(disk), c.stage, [this] { running->cancel(); }), c.upload);
+            EXPECT_EQ(outcome, copyMadeAtOnce ? Outcome::Transferred : Outcome::Cancelled);
+            EXPECT_TRUE(reports.isEmpty()) << reports.join(u'\n');
+            EXPECT_TRUE(log.contains(QStringLiteral("Cloud disk transfer cancelled by the user."))) << log.join(u'\n');
+            EXPECT_EQ(readFile(local), localBefore);
+            if (copyMadeAtOnce)
+                EXPECT_EQ(taskNamesIn(remote), QStringList{QStringLiteral("local")});
+            else
+                EXPECT_EQ(readFile(remote), remoteBefore);
+            EXPECT_EQ(scratchFilesIn(m_dir.filePath(QStringLiteral("a"))), QStringList());
+            EXPECT_TRUE(m_preferences->boolForKey(PreferenceKey::dotMacWaitingForFirstSync));
+        }
+    }
+}
+
+// Cancel pressed while the disk was still being opened (its password read): nothing starts.
+TEST_F(CloudDiskTest, ATransferCancelledBeforeTheDiskOpenedTouchesNothing)
+{
+    const QString local = dataFile(QStringLiteral("a"));
+    writeDataFile(local, QStringLiteral("local"));
+    setModified(local, QDateTime::currentDateTimeUtc().addDays(-1));
+    writeDataFile(folderRoot() + cloudDiskFilePath, QStringLiteral("remote"));
+    const QByteArray localBefore = readFile(local);
+    const QByteArray remoteBefore = readFile(folderRoot() + cloudDiskFilePath);
+    CloudDiskTransferCancel canceller;
+    canceller.cancel();
+    for (const bool upload : {false, true}) {
+        SCOPED_TRACE(upload ? "upload" : "download");
+        const auto report = [this](const QString&, const QString& message) { reports << message; };
+        EXPECT_EQ(runCloudDiskTransfer(upload, local, *m_preferences, CloudDiskAccount{{}, {}, folderRoot()}, report, &canceller),
+                  Outcome::Cancelled);
+        EXPECT_TRUE(reports.isEmpty()) << reports.join(u'\n');
+        EXPECT_EQ(readFile(local), localBefore);
+        EXPECT_EQ(readFile(folderRoot() + cloudDiskFilePath), remoteBefore);
+    }
 }
 
 TEST(WebDavDate, ReadsTheHttpForm)
