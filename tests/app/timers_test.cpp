@@ -1,6 +1,7 @@
 #include "app/autosavetimercontroller.h"
 #include "app/hideapplicationtimercontroller.h"
 #include "app/preferences.h"
+#include "support/testprocesses.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
@@ -10,15 +11,6 @@
 namespace {
 
 // Timers need an event dispatcher, which the application object brings.
-void ensureApplication()
-{
-    static int argc = 1;
-    static char name[] = "app_tests";
-    static char* argv[] = {name, nullptr};
-    if (!QCoreApplication::instance())
-        new QCoreApplication(argc, argv);
-}
-
 class TimersTest : public ::testing::Test {
 protected:
     void SetUp() override

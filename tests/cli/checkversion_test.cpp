@@ -1,5 +1,7 @@
 // Black-box tests of the start's migration and of check-version: the real `vyro` binary.
 
+#include "support/testprocesses.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QEventLoop>
@@ -18,15 +20,6 @@
 #include <sqlite3.h>
 
 namespace {
-
-void ensureApplication()
-{
-    static int argc = 1;
-    static char name[] = "cli_tests";
-    static char* argv[] = {name, nullptr};
-    if (!QCoreApplication::instance())
-        new QCoreApplication(argc, argv);
-}
 
 struct VyroRun {
     int exitCode = -1;

@@ -4,6 +4,7 @@
 #include "support/awaitanswer.h"
 #include "support/cannedhttpserver.h"
 #include "support/radicaleserver.h"
+#include "support/testprocesses.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -27,15 +28,6 @@ inline void PrintTo(const QString& text, std::ostream* out)
 namespace {
 
 using Kind = WebDavOutcome::Kind;
-
-void ensureApplication()
-{
-    static int argc = 1;
-    static char name[] = "exchange_tests";
-    static char* argv[] = {name, nullptr};
-    if (!QCoreApplication::instance())
-        new QCoreApplication(argc, argv);
-}
 
 QByteArray todo(const QString& uid, const QString& summary)
 {

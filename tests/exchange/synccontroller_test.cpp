@@ -9,6 +9,7 @@
 #include "support/logcapture.h"
 #include "support/modelfixture.h"
 #include "support/radicaleserver.h"
+#include "support/testprocesses.h"
 
 #include <QEventLoop>
 #include <QTimer>
@@ -30,6 +31,7 @@ class SyncTest : public ModelFixture {
 protected:
     void SetUp() override
     {
+        ensureApplication();
         ModelFixture::SetUp();
         if (!server.start()) {
             if (!RadicaleServer::isInstalled())
@@ -381,11 +383,18 @@ TEST_F(SyncTest, FailuresGiveTheirMessageAndTheNextSyncFinishesTheWork)
     // Entries another program wrote that do not read are named and left alone.
     const QHash<QString, ServerTask> onServer = serverTasks();
     const QString collection = onServer.value(a->syncID()).href.section(u'/', 0, -2) + u'/';
-    putOnServer(collection + QStringLiteral("nouid.ics"),
-                "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:x\r\nBEGIN:VTODO\r\nSUMMARY:no uid\r\nEND:VTODO\r\nEND:VCALENDAR\r\n");
+    CalendarTaskFields huge;
+    huge.summary = QStringLiteral("Huge");
+    huge.description = QString(kCalendarTaskBodyLimit, u'x');
+    putOnServer(collection + QStringLiteral("huge.ics"), writeCalendarTask(QStringLiteral("huge-uid"), huge, {}, QDateTime::currentDateTimeUtc()));
+    putOnServer(collection + QStringLiteral("journal.ics"),
+                "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:x\r\nBEGIN:VJOURNAL\r\nUID:journal-uid\r\nDTSTAMP:20260101T000000Z\r\n"
+                "SUMMARY:a journal entry\r\nEND:VJOURNAL\r\nEND:VCALENDAR\r\n");
     putOnServer(collection + QStringLiteral("good.ics"), todo(QStringLiteral("good-uid"), QStringLiteral("Good")));
     const QString message = sync();
-    EXPECT_TRUE(message.contains(QStringLiteral("nouid.ics"))) << message.toStdString();
+    EXPECT_EQ(taskNamed(QStringLiteral("Huge")), nullptr);
+    EXPECT_TRUE(message.contains(QStringLiteral("huge.ics")) && message.contains(QStringLiteral("journal.ics")))
+        << message.toStdString();
     EXPECT_NE(taskNamed(QStringLiteral("Good")), nullptr);
 
     // The server goes away in the middle: what was merged stays, nothing is lost, the next sync sends it.

@@ -3,6 +3,8 @@
 // collections in a temporary folder, no configuration of the user's or the system's read, and its
 // log (one line per request at level "info") kept in a file a test can read.
 
+#include "support/testprocesses.h"
+
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
@@ -15,9 +17,7 @@
 #include <QThread>
 #include <QUrl>
 
-#include <csignal>
 
-#include <sys/prctl.h>
 
 class RadicaleServer {
 public:
@@ -128,7 +128,7 @@ private:
         m_process.setProcessChannelMode(QProcess::MergedChannels);
         m_process.setStandardOutputFile(logFile(), QIODevice::Append);
         // The server ends with the test process, even when that dies first.
-        m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
+        endWithParent(m_process);
         m_process.start(program(), arguments);
         if (!m_process.waitForStarted(5000))
             return fail(QStringLiteral("radicale did not start: %1").arg(m_process.errorString()));
