@@ -123,7 +123,10 @@ Status CoreData_AppDelegate::loadPersistentStoreCoordinator()
     m_repairMessages = breakParentLoops(context);
     if (!m_repairMessages.isEmpty())
         static_cast<void>(context.save()); // a failure shows again at the next save
-    return context.setMetadata({{QString::fromLatin1(kStoreVersionKey), QString::fromLatin1(kStoreVersion)}});
+    // The version joins what the file already keeps there (the calendar sync's state among it).
+    QVariantMap metadata = context.metadata();
+    metadata.insert(QString::fromLatin1(kStoreVersionKey), QString::fromLatin1(kStoreVersion));
+    return context.setMetadata(metadata);
 }
 
 Status CoreData_AppDelegate::saveAction()

@@ -152,8 +152,12 @@ void pullCalendarField(Task& task, CalendarField field, const CalendarTaskFields
     case CalendarField::Status:
         // Only a real change: completing a task that is already done would make a second next occurrence.
         if (remote.completed && !task.done()) {
-            RecurrentTasksController::handleRecurrenceForTask(&task);
+            const bool recurred = RecurrentTasksController::handleRecurrenceForTask(&task) != nullptr;
             task.setDone(true);
+            // Its next occurrence exists now: the clean-up, which makes one for every done task it
+            // clears, must not make a second.
+            if (recurred)
+                task.setCleanedUp(true);
         } else if (!remote.completed && task.done()) {
             task.setDone(false);
         }

@@ -60,8 +60,20 @@ TEST(CoreDataAppDelegate, FirstStartMakesAnEmptyMarkedDataFile)
     EXPECT_EQ(metadata->value(QStringLiteral("VyroStoreVersion")), QStringLiteral("1.1"));
     EXPECT_EQ(metadata->size(), 2); // the version and the store's UUID
 
+    // What others keep in the metadata (the calendar sync's state) outlives the next start.
+    {
+        Preferences preferences(dir.filePath(QStringLiteral("prefs.ini")));
+        CoreData_AppDelegate delegate(preferences, folder);
+        ASSERT_TRUE(delegate.loadPersistentStoreCoordinator().isOk());
+        QVariantMap kept = delegate.managedObjectContext().metadata();
+        kept.insert(QStringLiteral("calendarSyncState"), QStringLiteral("{}"));
+        ASSERT_TRUE(delegate.managedObjectContext().setMetadata(kept).isOk());
+    }
     const StartResult second = start(folder, dir.filePath(QStringLiteral("prefs.ini")));
     EXPECT_EQ(second.log, QStringList({"Loading SQL store..."}));
+    metadata = SqliteStore::metadataForStoreAt(folder + QStringLiteral("/Vyro.sql"));
+    ASSERT_TRUE(metadata.isOk());
+    EXPECT_EQ(metadata->value(QStringLiteral("calendarSyncState")), QStringLiteral("{}"));
 }
 
 TEST(CoreDataAppDelegate, AnOldXmlDataFileIsConvertedOnceAndKept)
