@@ -22,6 +22,8 @@
 class RadicaleServer {
 public:
     RadicaleServer() = default;
+    // With its files in a folder of the caller's choosing (a benchmark puts them in memory).
+    explicit RadicaleServer(const QString& parentFolder) : m_dir(parentFolder + QStringLiteral("/radicale-XXXXXX")) {}
     ~RadicaleServer() { stop(); }
     RadicaleServer(const RadicaleServer&) = delete;
     RadicaleServer& operator=(const RadicaleServer&) = delete;
