@@ -21,6 +21,7 @@ public:
     void afterSync();
     // Runs the event loop (the window keeps painting) until the sync and the after-sync command ended.
     void waitUntilIdle();
+    // Forgets the state of the sync with the server, after the running sync; the message for the user.
     QString forget();
 
     // Where the message goes instead of an alert (tests).
@@ -34,5 +35,4 @@ private:
     SyncController* m_controller;
     Report m_report;
     bool m_afterSyncPending = false;
-    bool m_afterSyncRunning = false;
 };
