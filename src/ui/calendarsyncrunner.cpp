@@ -80,6 +80,12 @@ void CalendarSyncRunner::finished(const QString& message)
         m_report(QString(SyncText::title), message);
         return;
     }
+    // Syncs in the background fail again and again while the server is away: one alert, with the
+    // latest message, instead of a pile of them.
+    if (m_alert) {
+        m_alert->setText(message);
+        return;
+    }
     MainWindowController* window = m_application.mainWindowController();
     auto* box = new QMessageBox(QMessageBox::Warning, QString(SyncText::title), message, QMessageBox::Ok,
                                 window ? &window->window() : nullptr);
@@ -88,6 +94,7 @@ void CalendarSyncRunner::finished(const QString& message)
     box->button(QMessageBox::Ok)->setText(QString(SyncText::button));
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setWindowModality(Qt::WindowModal);
+    m_alert = box;
     box->open();
 }
 

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 #include <functional>
 
 class DesktopApplication;
+class QMessageBox;
 class SyncController;
 
 // The window's side of the calendar sync: starts it from the toolbar, the background and quit, shows
@@ -34,5 +36,6 @@ private:
     DesktopApplication& m_application;
     SyncController* m_controller;
     Report m_report;
+    QPointer<QMessageBox> m_alert;
     bool m_afterSyncPending = false;
 };

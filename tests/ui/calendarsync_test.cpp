@@ -207,6 +207,14 @@ TEST_F(CalendarSyncTest, AWrongPasswordGivesTheSyncingStatusAlert)
     EXPECT_TRUE(alert.text.startsWith(QString(SyncText::registrationFailed))) << alert.text.toStdString();
     EXPECT_EQ(alert.button, QString(SyncText::button));
     EXPECT_FALSE(status().isAnimating());
+
+    // Failing again while the alert is up (syncs in the background) keeps to the one alert.
+    pressSync();
+    waitForTheIndicatorToStop();
+    int alerts = 0;
+    for (QWidget* w : QApplication::allWidgets())
+        alerts += w->objectName() == u"syncStatusAlert"_s && w->isVisible() ? 1 : 0;
+    EXPECT_EQ(alerts, 1);
 }
 
 // Quitting waits for the sync it starts and for the after-sync command that sync runs, also when the
