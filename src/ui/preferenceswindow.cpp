@@ -445,10 +445,13 @@ QWidget* PreferencesWindow::forgetCalendarServerButton()
     button->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     // It throws the sync's state away: never pressed by a Return meant for the dialog.
     button->setAutoDefault(false);
-    connect(button, &QPushButton::clicked, this, [this] {
+    connect(button, &QPushButton::clicked, this, [this, button] {
         if (!m_services.forgetCalendarServer)
             return;
+        // Forgetting waits for a running sync, with the event loop going: no second press meanwhile.
+        button->setEnabled(false);
         const QString message = m_services.forgetCalendarServer();
+        button->setEnabled(true);
         QMessageBox box(QMessageBox::Information, QString(SyncText::forgetTitle), message, QMessageBox::Ok, this);
         box.setObjectName(u"forgetCalendarServerAlert"_s);
         box.setAccessibleName(QString(SyncText::forgetTitle));
