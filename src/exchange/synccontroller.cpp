@@ -590,6 +590,11 @@ QString SyncController::unregisterSyncClient()
     return QString(SyncText::forgotten);
 }
 
+bool SyncController::isAfterSyncRunning() const
+{
+    return m_afterSync && m_afterSync->state() != QProcess::NotRunning;
+}
+
 void SyncController::doiSync()
 {
     QStringList command = QProcess::splitCommand(m_preferences.stringForKey(PreferenceKey::afterSyncCommand));

@@ -66,6 +66,8 @@ public:
     void setAccount(const CalendarAccount& account) { m_accountOverride = account; }
     void setTimeout(int milliseconds) { m_timeoutMs = milliseconds; }
     bool isRunning() const { return m_running; }
+    // True from doiSync() until its `afterSyncFinished`.
+    bool isAfterSyncRunning() const;
 
     // Starts a sync; `finished` follows. A sync asked for while one runs is logged and dropped.
     void doSync();

@@ -4,6 +4,7 @@
 #include "app/preferencedefaults.h"
 #include "app/preferences.h"
 #include "exchange/synccontroller.h"
+#include "lists/tabviewcontroller.h"
 #include "ui/desktopapplication.h"
 #include "ui/mainwindow.h"
 #include "ui/mainwindowcontroller.h"
@@ -22,9 +23,16 @@ CalendarSyncRunner::CalendarSyncRunner(DesktopApplication& application, QObject*
         MainWindowController* window = m_application.mainWindowController();
         return window ? &window->statusLabel() : nullptr;
     };
-    connect(m_controller, &SyncController::busyChanged, this, [status](bool busy) {
-        if (StatusLabelController* label = status())
-            busy ? label->startAnimation() : label->stopAnimation();
+    // The sync ends before the after-sync command it runs starts, and a failure before the sync got
+    // going reports "not busy" without a "busy" first: the indicator follows what still runs.
+    connect(m_controller, &SyncController::busyChanged, this, [this, status](bool busy) {
+        StatusLabelController* label = status();
+        if (!label)
+            return;
+        if (busy || m_controller->isRunning() || m_controller->isAfterSyncRunning())
+            label->startAnimation();
+        else
+            label->stopAnimation();
     });
     connect(m_controller, &SyncController::statusLineChanged, this, [status](const QString& line) {
         if (StatusLabelController* label = status())
@@ -32,13 +40,16 @@ CalendarSyncRunner::CalendarSyncRunner(DesktopApplication& application, QObject*
     });
     connect(m_controller, &SyncController::finished, this,
             [this](SyncController::Outcome, const QString& message) { finished(message); });
-    connect(m_controller, &SyncController::afterSyncFinished, this, [this] { m_afterSyncRunning = false; });
 }
 
 CalendarSyncRunner::~CalendarSyncRunner() = default;
 
 void CalendarSyncRunner::sync()
 {
+    // At once, for the press: the controller reports busy only once it has the password, and
+    // stops the indicator again when it ends or refuses to start.
+    if (MainWindowController* window = m_application.mainWindowController())
+        window->statusLabel().startAnimation();
     m_controller->doSync();
 }
 
@@ -50,14 +61,15 @@ void CalendarSyncRunner::afterSync()
         m_afterSyncPending = true;
         return;
     }
-    m_afterSyncRunning = true;
     m_controller->doiSync();
 }
 
 void CalendarSyncRunner::finished(const QString& message)
 {
-    if (m_afterSyncPending || m_application.preferences().boolForKey(PreferenceKey::iSyncWhenSyncing))
-        m_afterSyncRunning = true;
+    // What the sync merged (kept also when it failed later) shows in the folder trees and lists now,
+    // not at the user's next click.
+    if (MainWindowController* window = m_application.mainWindowController())
+        window->views().performRefetchAction();
     if (m_afterSyncPending) {
         m_afterSyncPending = false;
         m_controller->doiSync();
@@ -68,6 +80,12 @@ void CalendarSyncRunner::finished(const QString& message)
         m_report(QString(SyncText::title), message);
         return;
     }
+    // Syncs in the background fail again and again while the server is away: one alert, with the
+    // latest message, instead of a pile of them.
+    if (m_alert) {
+        m_alert->setText(message);
+        return;
+    }
     MainWindowController* window = m_application.mainWindowController();
     auto* box = new QMessageBox(QMessageBox::Warning, QString(SyncText::title), message, QMessageBox::Ok,
                                 window ? &window->window() : nullptr);
@@ -76,13 +94,17 @@ void CalendarSyncRunner::finished(const QString& message)
     box->button(QMessageBox::Ok)->setText(QString(SyncText::button));
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setWindowModality(Qt::WindowModal);
+    m_alert = box;
     box->open();
 }
 
 void CalendarSyncRunner::waitUntilIdle()
 {
     QEventLoop loop;
-    const auto idle = [this] { return !m_controller->isRunning() && !m_afterSyncPending && !m_afterSyncRunning; };
+    // Checked from the queue: by then a sync that ends has started its own after-sync command.
+    const auto idle = [this] {
+        return !m_controller->isRunning() && !m_afterSyncPending && !m_controller->isAfterSyncRunning();
+    };
     const auto check = [&] {
         if (idle())
             loop.quit();
@@ -95,5 +117,7 @@ void CalendarSyncRunner::waitUntilIdle()
 
 QString CalendarSyncRunner::forget()
 {
+    // A sync that runs would save the state it read at its start again when it ends.
+    waitUntilIdle();
     return m_controller->unregisterSyncClient();
 }

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 #include <functional>
 
 class DesktopApplication;
+class QMessageBox;
 class SyncController;
 
 // The window's side of the calendar sync: starts it from the toolbar, the background and quit, shows
@@ -21,6 +23,7 @@ public:
     void afterSync();
     // Runs the event loop (the window keeps painting) until the sync and the after-sync command ended.
     void waitUntilIdle();
+    // Forgets the state of the sync with the server, after the running sync; the message for the user.
     QString forget();
 
     // Where the message goes instead of an alert (tests).
@@ -33,6 +36,6 @@ private:
     DesktopApplication& m_application;
     SyncController* m_controller;
     Report m_report;
+    QPointer<QMessageBox> m_alert;
     bool m_afterSyncPending = false;
-    bool m_afterSyncRunning = false;
 };

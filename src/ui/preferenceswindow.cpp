@@ -407,22 +407,29 @@ QWidget* PreferencesWindow::passwordField(const QString& name, const QString& ac
     auto* outcome = new QLabel;
     outcome->setObjectName(name + u"Outcome"_s);
     outcome->setAccessibleName(tr("Where the password was kept"));
+    // Hidden until it has something to say, so that the field lines up with the ones above and below.
+    outcome->hide();
     row->addWidget(edit, 1);
     row->addWidget(outcome);
-    connect(edit, &QLineEdit::editingFinished, this, [edit, outcome, entry] {
+    const auto tell = [outcome](const QString& text) {
+        outcome->setText(text);
+        outcome->setToolTip(text);
+        outcome->setVisible(!text.isEmpty());
+    };
+    connect(edit, &QLineEdit::editingFinished, this, [edit, outcome, entry, tell] {
         if (edit->text().isEmpty())
             return;
         const std::optional<KeyringEntry> where = entry();
         if (!where) {
-            outcome->setText(tr("Give the server and the user first"));
+            tell(tr("Give the server and the user first"));
             return;
         }
         const QString password = edit->text();
         edit->clear();
         QPointer<QLabel> label = outcome;
-        writeKeyringPassword(*where, password, [label](Status s) {
+        writeKeyringPassword(*where, password, [label, tell](Status s) {
             if (label)
-                label->setText(s.isOk() ? tr("Kept in the keyring") : tr("Not kept: %1").arg(s.message()));
+                tell(s.isOk() ? tr("Kept in the keyring") : tr("Not kept: %1").arg(s.message()));
         });
     });
     return box;
@@ -434,10 +441,17 @@ QWidget* PreferencesWindow::forgetCalendarServerButton()
     button->setObjectName(u"forgetCalendarServer"_s);
     button->setAccessibleName(tr("Forget the state of the sync with this calendar server"));
     button->setToolTip(tr("The next sync then starts afresh; the tasks stay where they are on both sides"));
-    connect(button, &QPushButton::clicked, this, [this] {
+    // A button of its own size under the fields, not a bar across the form.
+    button->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    // It throws the sync's state away: never pressed by a Return meant for the dialog.
+    button->setAutoDefault(false);
+    connect(button, &QPushButton::clicked, this, [this, button] {
         if (!m_services.forgetCalendarServer)
             return;
+        // Forgetting waits for a running sync, with the event loop going: no second press meanwhile.
+        button->setEnabled(false);
         const QString message = m_services.forgetCalendarServer();
+        button->setEnabled(true);
         QMessageBox box(QMessageBox::Information, QString(SyncText::forgetTitle), message, QMessageBox::Ok, this);
         box.setObjectName(u"forgetCalendarServerAlert"_s);
         box.setAccessibleName(QString(SyncText::forgetTitle));

@@ -6,6 +6,7 @@
 // The data folder is used as it is (load the sample store into it first); the preferences are those of
 // XDG_CONFIG_HOME, which the caller points at a temporary folder.
 #include "app/coredataappdelegate.h"
+#include "app/preferencedefaults.h"
 #include "app/preferences.h"
 #include "lists/contextarraycontroller.h"
 #include "lists/projectarraycontroller.h"
@@ -24,6 +25,7 @@
 #include "ui/mainwindow.h"
 #include "ui/mainwindowcontroller.h"
 #include "ui/quickaddwindow.h"
+#include "ui/statuslabel.h"
 #include "ui/quicktypeinwindow.h"
 #include "ui/tasktableview.h"
 
@@ -36,6 +38,7 @@
 #include <QLineEdit>
 #include <QPalette>
 #include <QStyleFactory>
+#include <QTabWidget>
 #include <QTest>
 
 #include <cstdio>
@@ -226,9 +229,21 @@ int main(int argc, char** argv)
         return 1;
     }
 
+    // A calendar account filled in as a user would, for the Sync tab.
+    Preferences& settings = vyro.preferences();
+    settings.setString(PreferenceKey::calendarServer, QStringLiteral("https://cloud.example.org/remote.php/dav"));
+    settings.setString(PreferenceKey::calendarUser, QStringLiteral("lea"));
+    settings.setBool(PreferenceKey::syncWhenQuittingApp, true);
+    settings.setString(PreferenceKey::afterSyncCommand, QStringLiteral("vdirsyncer sync"));
+    settings.setBool(PreferenceKey::iSyncWhenSyncing, true);
     window.action(QStringLiteral("showPreferences"))->trigger();
     if (auto* preferences = window.window().findChild<QDialog*>(QStringLiteral("preferencesWindow")); preferences && preferences->isVisible()) {
         shot.save(*preferences, QStringLiteral("preferences.png"));
+        auto* tabs = preferences->findChild<QTabWidget*>(QStringLiteral("preferencesTabs"));
+        for (int i = 0; tabs && i < tabs->count(); ++i)
+            if (tabs->tabText(i).startsWith(QLatin1String("Sync")))
+                tabs->setCurrentIndex(i);
+        shot.save(*preferences, QStringLiteral("preferences-sync.png"));
         preferences->close();
     } else {
         std::fprintf(stderr, "the preferences window did not open\n");
