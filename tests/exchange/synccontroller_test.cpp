@@ -5,7 +5,7 @@
 #include "model/context.h"
 #include "model/project.h"
 #include "model/task.h"
-#include "support/awaitanswer.h"
+#include "support/calendarpeer.h"
 #include "support/logcapture.h"
 #include "support/modelfixture.h"
 #include "support/radicaleserver.h"
@@ -86,22 +86,8 @@ protected:
     QHash<QString, ServerTask> serverTasks()
     {
         QHash<QString, ServerTask> tasks;
-        const auto [listed, collections] = await<QList<CalDavCollection>>(
-            [&](auto done) { other->listCollections(server.homeHref(), done); });
-        EXPECT_TRUE(listed.isOk()) << listed.detail.toStdString();
-        for (const CalDavCollection& collection : collections) {
-            const auto [ok, resources] = await<QList<CalDavResource>>([&](auto done) { other->listResources(collection.href, done); });
-            QStringList hrefs;
-            for (const CalDavResource& r : resources)
-                hrefs << r.href;
-            const auto [fetched, bodies] = await<QList<CalDavResource>>(
-                [&](auto done) { other->fetchResources(collection.href, hrefs, done); });
-            for (const CalDavResource& r : bodies) {
-                const Result<CalendarTaskResource> read = readCalendarTask(r.body);
-                if (read)
-                    tasks.insert(read->uid, {collection.displayName, r.href, r.etag, r.body, read->fields});
-            }
-        }
+        for (const PeerTask& t : tasksOnServer(*other, server.homeHref()))
+            tasks.insert(t.task.uid, {t.calendar, t.href, t.etag, t.body, t.task.fields});
         return tasks;
     }
     QStringList calendarNames()

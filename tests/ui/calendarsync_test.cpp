@@ -9,7 +9,7 @@
 #include "model/context.h"
 #include "model/task.h"
 #include "store/objectcontext.h"
-#include "support/awaitanswer.h"
+#include "support/calendarpeer.h"
 #include "support/radicaleserver.h"
 #include "support/widgetlookup.h"
 #include "ui/desktopapplication.h"
@@ -121,20 +121,8 @@ protected:
     QHash<QString, QStringList> serverSummaries()
     {
         QHash<QString, QStringList> out;
-        const auto [listed, collections] = await<QList<CalDavCollection>>(
-            [&](auto done) { other->listCollections(server.homeHref(), done); });
-        EXPECT_TRUE(listed.isOk()) << listed.detail.toStdString();
-        for (const CalDavCollection& collection : collections) {
-            const auto [ok, resources] = await<QList<CalDavResource>>([&](auto done) { other->listResources(collection.href, done); });
-            QStringList hrefs;
-            for (const CalDavResource& r : resources)
-                hrefs << r.href;
-            const auto [fetched, bodies] = await<QList<CalDavResource>>(
-                [&](auto done) { other->fetchResources(collection.href, hrefs, done); });
-            for (const CalDavResource& r : bodies)
-                if (const Result<CalendarTaskResource> read = readCalendarTask(r.body))
-                    out[collection.displayName] << read->fields.summary;
-        }
+        for (const PeerTask& t : tasksOnServer(*other, server.homeHref()))
+            out[t.calendar] << t.task.fields.summary;
         return out;
     }
     QString calendarHref(const QString& name)
