@@ -51,16 +51,20 @@ int runSync(CommandEnvironment& env)
     QEventLoop loop;
     SyncController::Outcome outcome = SyncController::Outcome::Failed;
     QString message;
-    const bool afterSync = env.preferences().boolForKey(PreferenceKey::iSyncWhenSyncing);
+    bool done = false;
     QObject::connect(&sync, &SyncController::finished, &loop, [&](SyncController::Outcome o, const QString& m) {
         outcome = o;
         message = m;
-        if (!afterSync)
+        done = !sync.isAfterSyncRunning();
+        if (done)
             loop.quit();
     });
-    QObject::connect(&sync, &SyncController::afterSyncFinished, &loop, &QEventLoop::quit);
+    QObject::connect(&sync, &SyncController::afterSyncFinished, &loop, [&] {
+        done = true;
+        loop.quit();
+    });
     sync.doSync();
-    if (sync.isRunning() || afterSync)
+    if (!done)
         loop.exec();
 
     const SyncController::Counts& counts = sync.counts();

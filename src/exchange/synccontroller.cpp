@@ -46,6 +46,14 @@ QString writeName(SyncWrite::Kind kind)
     return {};
 }
 
+// The stores a sync runs on now, whichever controller runs it: two syncs must never merge into the
+// same store at once.
+QSet<const ObjectContext*>& storesSyncing()
+{
+    static QSet<const ObjectContext*> stores;
+    return stores;
+}
+
 } // namespace
 
 CalendarAccount calendarAccountFrom(const Preferences& preferences)
@@ -78,7 +86,11 @@ SyncController::SyncController(ObjectContext& context, Preferences& preferences,
 {
 }
 
-SyncController::~SyncController() = default;
+SyncController::~SyncController()
+{
+    if (m_running)
+        storesSyncing().remove(&m_context);
+}
 
 void SyncController::log(const QString& line) const
 {
@@ -91,6 +103,13 @@ void SyncController::doSync()
         log(QStringLiteral("A sync is already running; this one is dropped"));
         return;
     }
+    if (storesSyncing().contains(&m_context)) {
+        // Another controller's (the window's, or a command's sent to the running program).
+        log(QStringLiteral("A sync is already running; this one is dropped"));
+        Q_EMIT finished(Outcome::Failed, QStringLiteral("A sync is already running."));
+        return;
+    }
+    storesSyncing().insert(&m_context);
     m_running = true;
     m_message.clear();
     m_problems.clear();
@@ -547,9 +566,11 @@ void SyncController::commit()
             shown.append(QStringLiteral("… and %1 more").arg(m_problems.size() - shown.size()));
         m_message = QStringLiteral("Some calendar entries could not be read and were left as they are:\n") + shown.join(QLatin1Char('\n'));
     }
-    end(m_counts.failedWrites > 0 || m_pass->retry ? Outcome::Failed : Outcome::Synced);
+    const Outcome outcome = m_counts.failedWrites > 0 || m_pass->retry ? Outcome::Failed : Outcome::Synced;
+    // Started before the end is told, so whoever waits for the end sees it running.
     if (m_preferences.boolForKey(PreferenceKey::iSyncWhenSyncing))
         doiSync();
+    end(outcome);
 }
 
 void SyncController::fail(const QString& name, const QString& reason)
@@ -564,6 +585,7 @@ void SyncController::fail(const QString& name, const QString& reason)
 
 void SyncController::end(Outcome outcome)
 {
+    storesSyncing().remove(&m_context);
     m_pass.reset();
     if (m_client) {
         m_client->deleteLater();

@@ -408,6 +408,25 @@ TEST_F(SyncTest, ForgettingTheServerTellsWhetherThereWasOne)
     EXPECT_EQ(context->allObjects(QStringLiteral("task")).size(), 1u);
 }
 
+TEST_F(SyncTest, TwoSyncsNeverMergeIntoOneStoreAtOnce)
+{
+    addTask(QStringLiteral("A"), work);
+    save();
+    SyncController window(*context, *prefs, dataFilePath());
+    std::optional<QString> refused;
+    SyncController command(*context, *prefs, dataFilePath());
+    QObject::connect(&command, &SyncController::finished, [&](SyncController::Outcome, const QString& m) { refused = m; });
+    window.doSync();
+    command.doSync();
+    EXPECT_EQ(refused, QStringLiteral("A sync is already running."));
+    QEventLoop loop;
+    QObject::connect(&window, &SyncController::finished, &loop, &QEventLoop::quit);
+    if (window.isRunning())
+        loop.exec();
+    EXPECT_EQ(serverTasks().size(), 1);
+    EXPECT_EQ(sync(), QString()) << "free again once the first ended";
+}
+
 TEST_F(SyncTest, WithoutAServerNothingHappens)
 {
     prefs->setString(PreferenceKey::calendarServer, QString());
