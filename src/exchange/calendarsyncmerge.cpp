@@ -399,6 +399,7 @@ void CalendarSyncMerge::pushTask(Task* task, Context* context, const SyncedCalen
         remove.kind = SyncWrite::Kind::Delete;
         remove.href = base->href;
         remove.ifMatch = base->etag;
+        remove.movedUid = uid;
         writes.append(remove);
         return;
     }
@@ -441,7 +442,11 @@ void CalendarSyncMerge::pushLeftovers(QList<SyncWrite>& writes)
             ++it;
             continue;
         }
-        if (!droppedCalendars.contains(it->calendar)) {
+        if (it->etag.isEmpty()) {
+            // As for a write: never delete a version not seen. The next listing tells it.
+            pushLog(QStringLiteral("%1 is left for the next sync: its version on the server is not known yet").arg(it->href));
+            ++it;
+        } else if (!droppedCalendars.contains(it->calendar)) {
             SyncWrite remove;
             remove.kind = SyncWrite::Kind::Delete;
             remove.href = it->href;

@@ -44,6 +44,7 @@ struct SyncWrite {
     QString displayName;  // MakeCalendar, RenameCalendar
     QString calendar;     // the context's syncID (calendar writes)
     QString uid;          // Put and Delete: the state entry the write settles (empty: none)
+    QString movedUid;     // Delete of a moved task's old resource: only once its new one is written
     SyncedTask next;      // Put: the state entry after it succeeded (its etag from the answer)
 };
 

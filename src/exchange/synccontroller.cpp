@@ -78,6 +78,7 @@ struct SyncController::Pass {
     int inFlight = 0;
     bool retry = false;
     QSet<QString> writtenCollections;
+    QSet<QString> unwrittenTasks; // UIDs whose PUT did not go through
     QHash<QString, QString> etagsAfterWrites; // href -> etag (empty: deleted)
 };
 
@@ -381,6 +382,10 @@ void SyncController::writeStage()
 {
     while (m_pass->inFlight < kWritesInFlight && !m_pass->queue.isEmpty()) {
         const SyncWrite next = m_pass->queue.takeFirst();
+        if (!next.movedUid.isEmpty() && m_pass->unwrittenTasks.contains(next.movedUid)) {
+            log(QStringLiteral("%1 stays: the task's new resource was not written").arg(next.href));
+            continue;
+        }
         ++m_pass->inFlight;
         auto answered = [this, guard = QPointer(this), next](const WebDavOutcome& outcome, const QString& etag = QString()) {
             if (!guard || !m_pass)
@@ -409,11 +414,15 @@ void SyncController::writeStage()
             break;
         }
     }
+    if (m_pass->inFlight == 0 && m_pass->queue.isEmpty())
+        write(); // every write left in the stage was skipped
 }
 
 void SyncController::written(const SyncWrite& write, const WebDavOutcome& outcome, const QString& etag)
 {
     const QString collection = write.href.left(write.href.lastIndexOf(QLatin1Char('/')) + 1);
+    if (!outcome.isOk() && write.kind == SyncWrite::Kind::Put)
+        m_pass->unwrittenTasks.insert(write.uid);
     if (outcome.kind == WebDavOutcome::Kind::PreconditionFailed) {
         // Changed on the server since it was read: the next pass reads it and merges again.
         log(QStringLiteral("%1 changed on the server during the sync; merging it once more").arg(write.href));
