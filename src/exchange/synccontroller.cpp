@@ -501,39 +501,17 @@ void SyncController::refreshTokens()
             ctags.insert(collection.href, collection.ctag);
         auto remaining = std::make_shared<int>(int(written.size()));
         for (const QString& href : written) {
+            // From the token it was read with; a calendar made in this sync is listed whole.
             const QString token = m_pass->readTokens.value(href);
             const auto done = [this, guard, remaining] {
                 if (guard && m_pass && --*remaining == 0)
                     commit();
             };
-            if (token.isEmpty()) {
-                done();
-                continue;
-            }
             m_client->changesSince(href, token, [this, guard, href, ctag = ctags.value(href), done](
                                                     const WebDavOutcome& outcome, const CalDavChanges& changes) {
                 if (!guard || !m_pass)
                     return;
-                bool onlyOurs = outcome.isOk() && !changes.complete;
-                for (const CalDavResource& resource : changes.changed) {
-                    const auto ours = m_pass->etagsAfterWrites.constFind(resource.href);
-                    if (ours == m_pass->etagsAfterWrites.cend()) {
-                        onlyOurs = false;
-                        continue;
-                    }
-                    if (ours->isEmpty() || *ours != resource.etag) {
-                        // Our write gave no ETag: this is it, unless someone wrote it again since.
-                        if (!ours->isEmpty())
-                            onlyOurs = false;
-                        for (SyncedTask& task : m_state.tasks) {
-                            if (task.href == resource.href && task.etag.isEmpty())
-                                task.etag = resource.etag;
-                        }
-                    }
-                }
-                for (const QString& removed : changes.removed)
-                    onlyOurs = onlyOurs && m_pass->etagsAfterWrites.contains(removed);
-                if (const QString* syncID = m_state.calendarAt(href); syncID && onlyOurs) {
+                if (const QString* syncID = m_state.calendarAt(href); syncID && outcome.isOk() && onlyKnownVersions(href, changes)) {
                     m_state.calendars[*syncID].ctag = ctag;
                     m_state.calendars[*syncID].syncToken = changes.syncToken;
                 }
@@ -541,6 +519,37 @@ void SyncController::refreshTokens()
             });
         }
     });
+}
+
+bool SyncController::onlyKnownVersions(const QString& collection, const CalDavChanges& changes)
+{
+    QHash<QString, SyncedTask*> byHref;
+    for (SyncedTask& task : m_state.tasks) {
+        if (task.href.startsWith(collection))
+            byHref.insert(task.href, &task);
+    }
+    bool known = true;
+    if (changes.complete) {
+        // A whole listing tells deletions by what it leaves out.
+        QSet<QString> listed;
+        for (const CalDavResource& resource : changes.changed)
+            listed.insert(resource.href);
+        for (auto it = byHref.cbegin(); it != byHref.cend(); ++it)
+            known = known && listed.contains(it.key());
+    }
+    for (const CalDavResource& resource : changes.changed) {
+        SyncedTask* task = byHref.value(resource.href);
+        if (!task) {
+            known = false;
+        } else if (task->etag.isEmpty()) {
+            task->etag = resource.etag; // our write, answered without its ETag
+        } else if (task->etag != resource.etag) {
+            known = false;
+        }
+    }
+    for (const QString& removed : changes.removed)
+        known = known && m_pass->etagsAfterWrites.contains(removed);
+    return known;
 }
 
 void SyncController::commit()

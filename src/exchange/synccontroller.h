@@ -107,6 +107,9 @@ private:
     void writeStage();
     void written(const SyncWrite& write, const WebDavOutcome& outcome, const QString& etag);
     void refreshTokens();
+    // Whether a listing holds nothing but the versions the state knows (the ones just written among
+    // them): then its tag and token may be kept. Takes the ETags of writes answered without one.
+    bool onlyKnownVersions(const QString& collection, const CalDavChanges& changes);
     void commit();
     void fail(const QString& name, const QString& reason);
     void end(Outcome outcome);
