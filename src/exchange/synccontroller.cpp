@@ -116,6 +116,7 @@ void SyncController::doSync()
     m_problems.clear();
     m_counts = {};
     m_passes = 0;
+    m_rediscovered = false;
     log(QStringLiteral("-------------------"));
     log(QStringLiteral("Sync start!"));
     backupAtSyncAction(m_dataFilePath);
@@ -203,11 +204,12 @@ void SyncController::readServer()
                                                                           const QList<CalDavCollection>& collections) {
         if (!guard)
             return;
-        if (outcome.kind == WebDavOutcome::Kind::NotFound && m_passes == 1) {
-            // The home moved (or the server was set up anew): find it again.
+        if (outcome.kind == WebDavOutcome::Kind::NotFound && m_passes == 1 && !m_rediscovered) {
+            // The home moved (or the server was set up anew): find it again, once.
             log(QStringLiteral("The calendar home %1 is gone; looking for it again").arg(m_state.home));
             m_state.home.clear();
             m_passes = 0;
+            m_rediscovered = true;
             discover();
             return;
         }

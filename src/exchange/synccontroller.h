@@ -125,6 +125,7 @@ private:
     QPointer<CalDavClient> m_client;
     std::unique_ptr<Pass> m_pass;
     int m_passes = 0;
+    bool m_rediscovered = false;
     QString m_message;
     QStringList m_problems;
     Counts m_counts;

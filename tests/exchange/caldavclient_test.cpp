@@ -335,8 +335,7 @@ TEST(CalDavClientDown, AServerThatIsGoneGivesNoAnswer)
 
 QByteArray multistatus(const QByteArray& href, const QByteArray& prop)
 {
-    return "<?xml version=\"1.0\"?><d:multistatus xmlns:d=\"DAV:\" xmlns:cal=\"urn:ietf:params:xml:ns:caldav\"><d:response><d:href>" + href
-           + "</d:href><d:propstat><d:prop>" + prop + "</d:prop><d:status>HTTP/1.1 200 OK</d:status></d:propstat></d:response></d:multistatus>";
+    return CannedHttpServer::multistatus({{href, prop}});
 }
 
 TEST(CalDavClientDown, AServerThatHangsGivesNoAnswerAfterTheTimeout)

@@ -6,6 +6,7 @@
 #include "model/project.h"
 #include "model/task.h"
 #include "support/calendarpeer.h"
+#include "support/cannedhttpserver.h"
 #include "support/logcapture.h"
 #include "support/modelfixture.h"
 #include "support/radicaleserver.h"
@@ -432,6 +433,67 @@ TEST_F(SyncTest, WithoutAServerNothingHappens)
     prefs->setString(PreferenceKey::calendarServer, QString());
     EXPECT_EQ(sync(SyncController::Outcome::Failed), QString(SyncText::disabled));
     EXPECT_TRUE(log.contains(QStringLiteral("Sync manaager is disabled!!!!!")));
+}
+
+// A server that fails at one step of the reading: the message names the failure, and the store and
+// the sync's state are as they were.
+TEST_F(ModelFixture, EachFailureOfTheServerGivesItsMessageAndChangesNothing)
+{
+    ensureApplication();
+    using Answer = CannedHttpServer::Answer;
+    const Answer principal{"207 Multi-Status", {}, CannedHttpServer::multistatus({{"/", "<d:current-user-principal><d:href>/p/</d:href></d:current-user-principal>"}})};
+    const Answer homeSet{"207 Multi-Status", {}, CannedHttpServer::multistatus({{"/p/", "<cal:calendar-home-set><d:href>/home/</d:href></cal:calendar-home-set>"}})};
+    const Answer calendars{"207 Multi-Status", {}, CannedHttpServer::multistatus({
+        {"/home/", "<d:resourcetype><d:collection/></d:resourcetype>"},
+        {"/home/work/", "<d:resourcetype><d:collection/><cal:calendar/></d:resourcetype><d:displayname>@Work</d:displayname>"
+                        "<cs:getctag>1</cs:getctag><d:sync-token>t1</d:sync-token>"}})};
+    const Answer error{"500 Internal Server Error", {}, {}};
+    const Answer forbidden{"403 Forbidden", {}, {}};
+    const Answer hangs{};
+    struct Case {
+        const char* what;
+        QHash<QByteArray, Answer> answers;
+        QLatin1StringView message;
+        const char* detail;
+    };
+    const QList<Case> cases{
+        {"an error at discovery", {{"PROPFIND /", error}}, SyncText::registrationFailed, "HTTP 500"},
+        {"refused at discovery", {{"PROPFIND /", forbidden}}, SyncText::registrationFailed, "refused the user name or password"},
+        {"no answer at discovery", {{"PROPFIND /", hangs}}, SyncText::registrationFailed, "did not answer"},
+        {"an error listing the calendars", {{"PROPFIND /", principal}, {"PROPFIND /p/", homeSet}, {"PROPFIND /home/", error}}, SyncText::failed, "HTTP 500"},
+        {"the home keeps missing", {{"PROPFIND /", principal}, {"PROPFIND /p/", homeSet}}, SyncText::failed, "no calendars at this address"},
+        {"an error reading a calendar's changes", {{"PROPFIND /", principal}, {"PROPFIND /p/", homeSet}, {"PROPFIND /home/", calendars}, {"REPORT /home/work/", error}},
+         SyncText::failed, "HTTP 500"},
+        {"no answer reading a calendar's changes", {{"PROPFIND /", principal}, {"PROPFIND /p/", homeSet}, {"PROPFIND /home/", calendars}, {"REPORT /home/work/", hangs}},
+         SyncText::failed, "did not answer"},
+    };
+    Context* work = newContext(QStringLiteral("Work"));
+    work->setSynchronizable(true);
+    addTask(QStringLiteral("A"), work);
+    save();
+    Preferences prefs(path(QStringLiteral("prefs.ini")));
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.what);
+        CannedHttpServer server(row.answers);
+        prefs.setString(PreferenceKey::calendarServer, server.url().toString());
+        SyncController controller(*context, prefs, dataFilePath());
+        controller.setTimeout(300);
+        QEventLoop loop;
+        QString message;
+        QObject::connect(&controller, &SyncController::finished, &loop, [&](SyncController::Outcome, const QString& m) {
+            message = m;
+            loop.quit();
+        });
+        loggedBy([&] {
+            controller.doSync();
+            if (controller.isRunning())
+                loop.exec();
+        });
+        EXPECT_TRUE(message.startsWith(row.message) && message.contains(QLatin1String(row.detail))) << message.toStdString();
+        EXPECT_FALSE(context->hasChanges());
+        EXPECT_FALSE(hasSyncState(*context));
+        EXPECT_EQ(context->allObjects(QStringLiteral("context")).size(), 1u);
+    }
 }
 
 } // namespace

@@ -16,6 +16,18 @@
 // otherwise. `asked` lists the requests seen, in order.
 class CannedHttpServer {
 public:
+    // A 207 body of one response per (href, properties) pair, with the DAV:, CalDAV and CalendarServer
+    // prefixes d:, cal: and cs:.
+    static QByteArray multistatus(const QList<std::pair<QByteArray, QByteArray>>& responses)
+    {
+        QByteArray body = "<?xml version=\"1.0\"?><d:multistatus xmlns:d=\"DAV:\" xmlns:cal=\"urn:ietf:params:xml:ns:caldav\" "
+                          "xmlns:cs=\"http://calendarserver.org/ns/\">";
+        for (const auto& [href, prop] : responses)
+            body += "<d:response><d:href>" + href + "</d:href><d:propstat><d:prop>" + prop
+                    + "</d:prop><d:status>HTTP/1.1 200 OK</d:status></d:propstat></d:response>";
+        return body + "</d:multistatus>";
+    }
+
     struct Answer {
         QByteArray statusLine; // "207 Multi-Status"
         QByteArray headers;    // whole lines, each ending in CRLF
