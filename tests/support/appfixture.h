@@ -31,6 +31,18 @@ struct RecordingDialogs : Dialogs {
     bool answer = true;
 };
 
+// A task at the end of a context's order, as the window makes one: not done, cleaned up or archived.
+inline Task* newTaskIn(ObjectContext& store, const QString& name, Context* in)
+{
+    auto* t = store.insertNewObject<Task>(QStringLiteral("task"));
+    t->setName(name);
+    t->moveToContext(in);
+    t->setDone(false);
+    t->setCleanedUp(false);
+    t->setArchived(false);
+    return t;
+}
+
 class AppFixture : public ::testing::Test {
 protected:
     void SetUp() override { start(); }
@@ -58,16 +70,7 @@ protected:
         c->setName(name);
         return c;
     }
-    Task* newTask(const QString& name, Context* in)
-    {
-        auto* t = store().insertNewObject<Task>(QStringLiteral("task"));
-        t->setName(name);
-        t->moveToContext(in);
-        t->setDone(false);
-        t->setCleanedUp(false);
-        t->setArchived(false);
-        return t;
-    }
+    Task* newTask(const QString& name, Context* in) { return newTaskIn(store(), name, in); }
     std::vector<Task*> tasks()
     {
         std::vector<Task*> out;

@@ -9,6 +9,7 @@
 #include "model/context.h"
 #include "model/task.h"
 #include "store/objectcontext.h"
+#include "support/appfixture.h"
 #include "support/calendarpeer.h"
 #include "support/radicaleserver.h"
 #include "support/widgetlookup.h"
@@ -103,16 +104,7 @@ protected:
 
     ObjectContext& store() { return app->appDelegate().managedObjectContext(); }
     StatusLabelController& status() { return app->mainWindowController()->statusLabel(); }
-    Task* newTask(const QString& name, Context* in)
-    {
-        auto* t = store().insertNewObject<Task>(u"task"_s);
-        t->setName(name);
-        t->moveToContext(in);
-        t->setDone(false);
-        t->setCleanedUp(false);
-        t->setArchived(false);
-        return t;
-    }
+    Task* newTask(const QString& name, Context* in) { return newTaskIn(store(), name, in); }
     void pressSync() { app->mainWindowController()->toolbar().itemAction(u"mainToolbarSync"_s)->trigger(); }
     // Lets the event loop run until the indicator stopped (a guard, not a measure of time).
     void waitForTheIndicatorToStop() { EXPECT_TRUE(QTest::qWaitFor([this] { return !status().isAnimating(); }, 60000)); }

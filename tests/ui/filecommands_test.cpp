@@ -15,6 +15,7 @@
 #include "model/project.h"
 #include "model/task.h"
 #include "store/objectcontext.h"
+#include "support/appfixture.h"
 #include "ui/desktopapplication.h"
 #include "ui/dialogs.h"
 #include "ui/exportdialog.h"
@@ -93,15 +94,7 @@ protected:
         c->setName(name);
         return c;
     }
-    void newTask(const QString& name, Context* in)
-    {
-        auto* t = store().insertNewObject<Task>(u"task"_s);
-        t->setName(name);
-        t->moveToContext(in);
-        t->setDone(false);
-        t->setCleanedUp(false);
-        t->setArchived(false);
-    }
+    void newTask(const QString& name, Context* in) { newTaskIn(store(), name, in); }
     // The panel the command opened; nullptr when it opened none.
     QFileDialog* panelOf(const QString& command)
     {
