@@ -113,6 +113,12 @@ void CalendarSyncRunner::waitUntilIdle()
     connect(m_controller, &SyncController::afterSyncFinished, &loop, check, Qt::QueuedConnection);
     if (!idle())
         loop.exec();
+    // The program is about to close: what the sync had to say is read before the window goes.
+    if (m_alert && m_alert->isVisible()) {
+        QEventLoop read;
+        connect(m_alert, &QMessageBox::finished, &read, &QEventLoop::quit);
+        read.exec();
+    }
 }
 
 QString CalendarSyncRunner::forget()

@@ -21,7 +21,8 @@ public:
     void sync();
     // After the running sync when there is one, else now; nothing when the sync runs it by itself.
     void afterSync();
-    // Runs the event loop (the window keeps painting) until the sync and the after-sync command ended.
+    // Runs the event loop (the window keeps painting) until the sync and the after-sync command ended,
+    // and the sync's alert, when one is up, was closed: for quitting.
     void waitUntilIdle();
     // Forgets the state of the sync with the server, after the running sync; the message for the user.
     QString forget();

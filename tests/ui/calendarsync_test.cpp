@@ -218,7 +218,19 @@ TEST_F(CalendarSyncTest, QuitWaitsForTheSyncAndItsAfterSyncCommand)
         const QString name = u"Before quitting with "_s + QString::fromLatin1(c.password);
         newTask(name, work);
 
+        // A failure's alert keeps quitting waiting until it is read.
+        bool alertRead = false;
+        QTimer reader;
+        QObject::connect(&reader, &QTimer::timeout, [&] {
+            if (QMessageBox* box = shownAlert(u"syncStatusAlert"_s)) {
+                alertRead = true;
+                box->button(QMessageBox::Ok)->click();
+            }
+        });
+        reader.start(20);
         EXPECT_TRUE(app->applicationShouldTerminate());
+        reader.stop();
+        EXPECT_EQ(alertRead, !c.synced);
         EXPECT_EQ(serverSummaries().value(u"@Work"_s).contains(name), c.synced);
         EXPECT_EQ(QFile::exists(marker), c.synced) << "the command runs after a sync, before quitting goes on";
         EXPECT_FALSE(status().isAnimating());
