@@ -68,9 +68,16 @@ int runSync(CommandEnvironment& env)
         loop.exec();
 
     const SyncController::Counts& counts = sync.counts();
-    if (!message.isEmpty())
-        (outcome == SyncController::Outcome::Synced ? env.out() : env.err()) << message << Qt::endl;
-    env.out() << QStringLiteral("Synced: %1 changes from the calendar server, %2 requests sent").arg(counts.pulled).arg(counts.written)
-              << (counts.failedWrites ? QStringLiteral(", %1 failed").arg(counts.failedWrites) : QString()) << Qt::endl;
-    return outcome == SyncController::Outcome::Synced ? ExitOk : ExitFailure;
+    const QString summary = QStringLiteral("%1 changes from the calendar server, %2 requests sent")
+                                .arg(counts.pulled)
+                                .arg(counts.written);
+    if (outcome == SyncController::Outcome::Synced) {
+        if (!message.isEmpty())
+            env.out() << message << Qt::endl;
+        env.out() << "Synced: " << summary << Qt::endl;
+        return ExitOk;
+    }
+    if (counts.pulled || counts.written)
+        env.out() << "Synced in part: " << summary << QStringLiteral(", %1 failed").arg(counts.failedWrites) << Qt::endl;
+    return env.fail(message.isEmpty() ? QString(SyncText::failed) : message);
 }

@@ -213,7 +213,7 @@ take_dump
 cp "$dump" "$work/before.json"
 stop_radicale
 vyro_sync && fail "vyro sync succeeded without a server"
-grep -qx "Syncing failed." "$work/sync.err" || fail "no \"Syncing failed.\" on standard error: $(cat "$work/sync.err")"
+grep -qx "vyro: Syncing failed." "$work/sync.err" || fail "no \"vyro: Syncing failed.\" on standard error: $(cat "$work/sync.err")"
 take_dump
 cmp -s "$dump" "$work/before.json" || fail "the failed sync changed the store"
 say "    ok: non-zero exit, the message, the store unchanged"
