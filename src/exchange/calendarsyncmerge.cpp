@@ -231,24 +231,20 @@ void CalendarSyncMerge::pullTask(const QString& uid, const RemoteTask& remote)
     if (hasBase) {
         const SyncedTask& base = *baseIt;
         for (CalendarField field : kCalendarFields) {
-            const bool remoteChanged = !sameCalendarField(remote.fields, base.remote, field);
-            const bool localChanged = !sameCalendarField(before, base.local, field);
-            if (remoteChanged) {
-                if (localChanged)
-                    pullLog(QStringLiteral("\"%1\": %2 changed here (%3) and on the server (%4); the server's value wins")
-                                .arg(task->name(), calendarFieldName(field), calendarFieldText(before, field),
-                                     calendarFieldText(remote.fields, field)));
-                pullCalendarField(*task, field, remote.fields, log);
-                ++m_pulled;
-            }
+            if (sameCalendarField(remote.fields, base.remote, field))
+                continue;
+            if (!sameCalendarField(before, base.local, field))
+                pullLog(QStringLiteral("\"%1\": %2 changed here (%3) and on the server (%4); the server's value wins")
+                            .arg(task->name(), calendarFieldName(field), calendarFieldText(before, field),
+                                 calendarFieldText(remote.fields, field)));
+            pullCalendarField(*task, field, remote.fields, log);
+            ++m_pulled;
         }
         // What changed here alone stays a change to push: its base stays the old value.
-        const CalendarTaskFields after = fieldsOf(task);
+        pending = fieldsOf(task);
         for (CalendarField field : kCalendarFields) {
-            const bool remoteChanged = !sameCalendarField(remote.fields, base.remote, field);
-            copyCalendarField(pending, remoteChanged ? after : base.local, field);
-            if (!remoteChanged && sameCalendarField(before, base.local, field))
-                copyCalendarField(pending, after, field);
+            if (sameCalendarField(remote.fields, base.remote, field) && !sameCalendarField(before, base.local, field))
+                copyCalendarField(pending, base.local, field);
         }
     } else {
         // Known here and there without a base (the state was forgotten): the server's fields win.

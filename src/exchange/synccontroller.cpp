@@ -46,6 +46,21 @@ QString writeName(SyncWrite::Kind kind)
     return {};
 }
 
+// A resource the sync did not read again: as the state knows it.
+RemoteTask unchangedRemote(const SyncedTask& base, const QString& collection)
+{
+    return {base.href, base.etag, collection, base.body, base.remote, false};
+}
+
+// What the state knows of each collection's resources: collection href -> (resource href -> UID).
+QHash<QString, QHash<QString, QString>> resourcesByCollection(const SyncState& state)
+{
+    QHash<QString, QHash<QString, QString>> resources;
+    for (auto it = state.tasks.cbegin(); it != state.tasks.cend(); ++it)
+        resources[it->href.left(it->href.lastIndexOf(QLatin1Char('/')) + 1)].insert(it->href, it.key());
+    return resources;
+}
+
 // The stores a sync runs on now, whichever controller runs it: two syncs must never merge into the
 // same store at once.
 QSet<const ObjectContext*>& storesSyncing()
@@ -79,7 +94,7 @@ struct SyncController::Pass {
     bool retry = false;
     QSet<QString> writtenCollections;
     QSet<QString> unwrittenTasks; // UIDs whose PUT did not go through
-    QHash<QString, QString> etagsAfterWrites; // href -> etag (empty: deleted)
+    QSet<QString> deletedHrefs;
 };
 
 SyncController::SyncController(ObjectContext& context, Preferences& preferences, QString dataFilePath, QObject* parent)
@@ -218,6 +233,7 @@ void SyncController::readServer()
             return;
         }
         m_pass->reading = 1; // until every read below has been started
+        const QHash<QString, QHash<QString, QString>> resources = resourcesByCollection(m_state);
         for (const CalDavCollection& collection : collections) {
             if (!collection.isCalendar || !collection.holdsTasks)
                 continue;
@@ -227,27 +243,19 @@ void SyncController::readServer()
             if (!wanted)
                 continue;
             m_pass->remote.collections.append(collection);
-            readCollection(collection);
+            readCollection(collection, resources.value(collection.href));
         }
         collectionRead();
     });
 }
 
-void SyncController::readCollection(const CalDavCollection& collection)
+void SyncController::readCollection(const CalDavCollection& collection, const QHash<QString, QString>& uids)
 {
     const QString* syncID = m_state.calendarAt(collection.href);
     const SyncedCalendar* known = syncID ? &m_state.calendars[*syncID] : nullptr;
-    // What the state knows of this collection's resources: href -> UID.
-    QHash<QString, QString> uids;
-    for (auto it = m_state.tasks.cbegin(); it != m_state.tasks.cend(); ++it) {
-        if (it->href.startsWith(collection.href))
-            uids.insert(it->href, it.key());
-    }
     const auto keepUnchanged = [this, collection](const QHash<QString, QString>& unchanged) {
-        for (auto it = unchanged.cbegin(); it != unchanged.cend(); ++it) {
-            const SyncedTask& base = m_state.tasks[it.value()];
-            m_pass->remote.tasks.insert(it.value(), {base.href, base.etag, collection.href, base.body, base.remote, false});
-        }
+        for (auto it = unchanged.cbegin(); it != unchanged.cend(); ++it)
+            m_pass->remote.tasks.insert(it.value(), unchangedRemote(m_state.tasks[it.value()], collection.href));
     };
     if (known && !known->ctag.isEmpty() && known->ctag == collection.ctag) {
         keepUnchanged(uids);
@@ -268,9 +276,9 @@ void SyncController::readCollection(const CalDavCollection& collection)
         QHash<QString, QString> unchanged = uids;
         QStringList toFetch;
         if (changes.complete) {
-            QHash<QString, QString> listed;
+            QSet<QString> listed;
             for (const CalDavResource& resource : changes.changed)
-                listed.insert(resource.href, resource.etag);
+                listed.insert(resource.href);
             for (auto it = unchanged.begin(); it != unchanged.end();) {
                 if (!listed.contains(it.key()))
                     it = unchanged.erase(it); // gone from the server
@@ -288,10 +296,8 @@ void SyncController::readCollection(const CalDavCollection& collection)
             unchanged.remove(resource.href);
             toFetch.append(resource.href);
             // A resource that cannot be read again stays as the state knows it, never taken as deleted.
-            if (!uid.isEmpty()) {
-                const SyncedTask& base = m_state.tasks[uid];
-                m_pass->remote.tasks.insert(uid, {base.href, base.etag, collection.href, base.body, base.remote, false});
-            }
+            if (!uid.isEmpty())
+                m_pass->remote.tasks.insert(uid, unchangedRemote(m_state.tasks[uid], collection.href));
         }
         keepUnchanged(unchanged);
         if (const QString* syncID = m_state.calendarAt(collection.href)) {
@@ -458,14 +464,13 @@ void SyncController::written(const SyncWrite& write, const WebDavOutcome& outcom
         next.etag = etag;
         m_state.tasks.insert(write.uid, next);
         m_pass->writtenCollections.insert(collection);
-        m_pass->etagsAfterWrites.insert(write.href, etag);
         break;
     }
     case SyncWrite::Kind::Delete:
         if (!write.uid.isEmpty())
             m_state.tasks.remove(write.uid);
         m_pass->writtenCollections.insert(collection);
-        m_pass->etagsAfterWrites.insert(write.href, QString());
+        m_pass->deletedHrefs.insert(write.href);
         break;
     }
 }
@@ -550,7 +555,7 @@ bool SyncController::onlyKnownVersions(const QString& collection, const CalDavCh
         }
     }
     for (const QString& removed : changes.removed)
-        known = known && m_pass->etagsAfterWrites.contains(removed);
+        known = known && m_pass->deletedHrefs.contains(removed);
     return known;
 }
 

@@ -100,7 +100,8 @@ private:
     void start(const QString& password);
     void discover();
     void readServer();
-    void readCollection(const CalDavCollection& collection);
+    // `uids`: what the state knows of the collection's resources, href -> UID.
+    void readCollection(const CalDavCollection& collection, const QHash<QString, QString>& uids);
     void collectionRead();
     void merge();
     void write();

@@ -1,6 +1,7 @@
 // Black-box tests of `vyro cloud`, on the folder form of the cloud disk.
 
 #include "store/datafilelock.h"
+#include "support/vyroprocess.h"
 
 #include <QDir>
 #include <QJsonArray>
@@ -14,45 +15,20 @@
 
 namespace {
 
-struct Outcome {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
 class CloudCommandTest : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(home.isValid()); QDir().mkpath(synced()); }
 
     Outcome vyro(const QString& computer, QStringList arguments)
     {
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(computer + QStringLiteral("/data")));
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(computer + QStringLiteral("/config")));
-        env.insert(QStringLiteral("VYRO_WEBDAV_PASSWORD"), QStringLiteral("secret"));
-        QProcess p;
-        p.setProcessEnvironment(env);
-        p.setWorkingDirectory(home.path());
-        p.start(QStringLiteral(VYRO_BINARY), QStringList{QStringLiteral("--data-dir"), dataDir(computer)} + arguments);
-        p.closeWriteChannel();
-        EXPECT_TRUE(p.waitForFinished(60000));
-        return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError())};
+        return runVyro(home.filePath(computer), home.path(), QStringList{QStringLiteral("--data-dir"), dataDir(computer)} + arguments,
+                       {{QStringLiteral("VYRO_WEBDAV_PASSWORD"), QStringLiteral("secret")}});
     }
 
     QString dataDir(const QString& computer) const { return home.filePath(computer + QStringLiteral("/store")); }
     QString synced() const { return home.filePath(QStringLiteral("synced")); }
 
-    QStringList taskNames(const QString& computer)
-    {
-        const Outcome r = vyro(computer, {QStringLiteral("dump")});
-        if (r.exitCode != 0)
-            return {QStringLiteral("!") + r.err};
-        QStringList names;
-        for (const QJsonValue& t : QJsonDocument::fromJson(r.out.toUtf8()).object().value(QStringLiteral("tasks")).toArray())
-            names << t.toObject().value(QStringLiteral("name")).toString();
-        names.sort();
-        return names;
-    }
+    QStringList taskNames(const QString& computer) { return sortedTaskNames(vyro(computer, {QStringLiteral("dump")})); }
 
     QTemporaryDir home;
 };

@@ -1,6 +1,7 @@
 // Black-box tests of the commands that take files in and out: backup, restore and import.
 
 #include "store/datafilelock.h"
+#include "support/vyroprocess.h"
 
 #include <QDir>
 #include <QFile>
@@ -17,29 +18,13 @@
 
 namespace {
 
-struct Outcome {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
 class FileCommandsTest : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(home.isValid()); }
 
     Outcome vyro(QStringList arguments, const QByteArray& input = {})
     {
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
-        QProcess p;
-        p.setProcessEnvironment(env);
-        p.setWorkingDirectory(home.path());
-        p.start(QStringLiteral(VYRO_BINARY), QStringList{QStringLiteral("--data-dir"), dataDir()} + arguments);
-        p.write(input);
-        p.closeWriteChannel();
-        EXPECT_TRUE(p.waitForFinished(60000));
-        return {p.exitCode(), QString::fromUtf8(p.readAllStandardOutput()), QString::fromUtf8(p.readAllStandardError())};
+        return runVyro(home.path(), home.path(), QStringList{QStringLiteral("--data-dir"), dataDir()} + arguments, {}, input);
     }
 
     QString dataDir() const { return home.filePath(QStringLiteral("store")); }
@@ -53,17 +38,7 @@ protected:
     }
 
     // The task names of the store, sorted; "!" and the error when it cannot be read.
-    QStringList taskNames()
-    {
-        const Outcome r = vyro({QStringLiteral("dump")});
-        if (r.exitCode != 0)
-            return {QStringLiteral("!") + r.err};
-        QStringList names;
-        for (const QJsonValue& t : QJsonDocument::fromJson(r.out.toUtf8()).object().value(QStringLiteral("tasks")).toArray())
-            names << t.toObject().value(QStringLiteral("name")).toString();
-        names.sort();
-        return names;
-    }
+    QStringList taskNames() { return sortedTaskNames(vyro({QStringLiteral("dump")})); }
 
     void add(const QString& name) { ASSERT_EQ(vyro({QStringLiteral("add"), name}).exitCode, 0); }
 
